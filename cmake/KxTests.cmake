@@ -1,0 +1,35 @@
+# Test targets.
+include(GoogleTest)
+
+# kx_unit_test(NAME SOURCES ... [LINK ...])
+# A GoogleTest program whose main gives every run an installation of its own (tests/support). Each
+# test becomes a ctest test, run in a process of its own.
+function(kx_unit_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  kx_warnings(${name})
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} kx_test_support)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+                       PROPERTIES TIMEOUT 120 LABELS unit)
+endfunction()
+
+# kx_fuzz_target(NAME SOURCES ... [LINK ...])
+# A function LLVMFuzzerTestOneInput. With the fuzz preset it becomes a libFuzzer program; in every
+# other build a plain program that runs the inputs it is given. Either way a ctest test replays the
+# corpus tests/fuzz/corpus/NAME.
+function(kx_fuzz_target name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  kx_warnings(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK})
+  set(corpus ${PROJECT_SOURCE_DIR}/tests/fuzz/corpus/${name})
+  if(KX_FUZZ)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    add_test(NAME fuzz.${name} COMMAND ${name} -runs=0 ${corpus})
+  else()
+    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/fuzz/replay_main.cpp)
+    add_test(NAME fuzz.${name} COMMAND ${name} ${corpus})
+  endif()
+  set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz TIMEOUT 300)
+endfunction()

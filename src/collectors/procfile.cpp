@@ -1,0 +1,5 @@
+#include "collectors/procfile.h"
+
+File OpenForReading(const char* path) {
+    return File(std::fopen(path, "re"));
+}

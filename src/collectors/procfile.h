@@ -1,0 +1,17 @@
+// Opens files of the machine. Apart from the parsers, so that a test can put its own function in
+// front of them at link time.
+#ifndef KXEPINFO_COLLECTORS_PROCFILE_H
+#define KXEPINFO_COLLECTORS_PROCFILE_H
+
+#include <cstdio>
+#include <memory>
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { (void)std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// Opens for reading, close-on-exec. Null with errno set when that fails.
+File OpenForReading(const char* path);
+
+#endif  // KXEPINFO_COLLECTORS_PROCFILE_H

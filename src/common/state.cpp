@@ -1,0 +1,10 @@
+#include "common/state.h"
+
+// In this order, which fixes the order in which they are built at load and destroyed at unload.
+_stAgentInfo s_lastAgentInfo;
+_stUsrLogInfo s_lastUsrLogInfo;
+std::string g_strCurConnectIp;
+std::string g_strPreConnectIp;
+
+uint32_t g_preOnlineState = 1;
+uint32_t Attempt_Times = 0;

@@ -1,0 +1,17 @@
+// Module-wide state, all of it: what one cycle leaves for the next and what the conversations on
+// the bus leave for each other. It is touched by the worker alone, so nothing here is locked. It is
+// built when the library is loaded, survives a stop and restart of the worker, and goes at unload.
+//
+// The link state, g_preOnlineState, Attempt_Times, g_strCurConnectIp and g_strPreConnectIp, is
+// exported by the library and therefore declared in kxepinfo.h.
+#ifndef KXEPINFO_COMMON_STATE_H
+#define KXEPINFO_COMMON_STATE_H
+
+#include "common/records.h"
+#include "kxepinfo.h"
+
+// Agent facts and login record of the last cycle that reached its send, whatever became of it.
+extern _stAgentInfo s_lastAgentInfo;
+extern _stUsrLogInfo s_lastUsrLogInfo;
+
+#endif  // KXEPINFO_COMMON_STATE_H
