@@ -14,6 +14,24 @@ function(kx_unit_test name)
                        PROPERTIES TIMEOUT 120 LABELS unit)
 endfunction()
 
+# Where the end-to-end tests find the installed tree and make their own copies.
+set(KX_E2E_FOLDER ${PROJECT_BINARY_DIR}/e2e)
+file(MAKE_DIRECTORY ${KX_E2E_FOLDER})
+add_test(NAME e2e.install
+         COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --prefix ${KX_E2E_FOLDER}/installed)
+set_tests_properties(e2e.install PROPERTIES FIXTURES_SETUP installed LABELS e2e)
+
+# kx_e2e_test(NAME SOURCES ... [LINK ...])
+# A GoogleTest program that runs real processes in copies of the installed tree.
+function(kx_e2e_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  kx_warnings(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} kx_e2e_support)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+                       PROPERTIES TIMEOUT 300 LABELS e2e FIXTURES_REQUIRED installed)
+endfunction()
+
 # kx_fuzz_target(NAME SOURCES ... [LINK ...])
 # A function LLVMFuzzerTestOneInput. With the fuzz preset it becomes a libFuzzer program; in every
 # other build a plain program that runs the inputs it is given. Either way a ctest test replays the
