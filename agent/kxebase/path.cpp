@@ -1,0 +1,79 @@
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "kxe_base.h"
+
+namespace {
+
+constexpr std::size_t kPathSize = 4096;
+
+// Asked anew each time: a link's text costs less than the care that a cache for each thread takes
+// in a library that can be unloaded.
+void ExecutableDirectory(char (&directory)[kPathSize]) {
+    const ssize_t length = readlink("/proc/self/exe", directory, sizeof directory - 1);
+    if (length > 0) {
+        directory[length] = '\0';
+        if (char* const slash = std::strrchr(directory, '/')) {
+            *slash = '\0';
+            return;
+        }
+    }
+    std::strcpy(directory, "/");
+}
+
+// The length of the whole result, whether it fitted or not.
+std::size_t Transform(const char* in, char* out, std::size_t size) {
+    if (in == nullptr || in[0] != '@') {
+        return kxe_str_strlcpy(out, in, size);
+    }
+    char directory[kPathSize];
+    ExecutableDirectory(directory);
+    (void)kxe_str_strlcpy(out, directory, size);
+    (void)kxe_str_strncat(out, in + 1, size);
+    return std::strlen(directory) + std::strlen(in + 1);
+}
+
+// Adds the close-on-exec flag to an fopen mode; false when the mode is too long to be one.
+bool AddCloseOnExec(const char* mode, char* out, std::size_t size) {
+    const std::size_t letters = std::strcspn(mode, ",");
+    const int length =
+        kxe_str_snprintf(out, size, "%.*se%s", static_cast<int>(letters), mode, mode + letters);
+    return letters < size && length > 0 && static_cast<std::size_t>(length) < size;
+}
+
+}  // namespace
+
+void kxe_dirutils_path_transform(const char* in, char* out, size_t size) {
+    (void)Transform(in, out, size);
+}
+
+void dirutils_path_transform(const char* in, char* out, size_t size) {
+    (void)Transform(in, out, size);
+}
+
+FILE* kxe_file_open(const char* path, const char* mode) {
+    char expanded[kPathSize];
+    char flags[64];
+    if (path == nullptr || mode == nullptr || mode[0] == '\0' ||
+        !AddCloseOnExec(mode, flags, sizeof flags)) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    // A path that was cut would name another file.
+    if (Transform(path, expanded, sizeof expanded) >= sizeof expanded) {
+        errno = ENAMETOOLONG;
+        return nullptr;
+    }
+    return std::fopen(expanded, flags);
+}
+
+int IsCNAPPAgent(void) {
+    char marker[kPathSize];
+    return Transform("@/../config/cnapp", marker, sizeof marker) < sizeof marker &&
+                   access(marker, F_OK) == 0
+               ? 1
+               : 0;
+}
