@@ -21,7 +21,7 @@ void ExecutableDirectory(char (&directory)[kPathSize]) {
             return;
         }
     }
-    std::strcpy(directory, "/");
+    (void)kxe_str_strlcpy(directory, "/", sizeof directory);
 }
 
 // The length of the whole result, whether it fitted or not.

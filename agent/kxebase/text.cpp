@@ -11,15 +11,12 @@ std::size_t Length(const char* text) {
     return text == nullptr ? 0 : std::strlen(text);
 }
 
-int Print(char* buf, std::size_t size, const char* fmt, va_list arguments) {
-    if (buf == nullptr) {
-        size = 0;
-    }
-    const int length = fmt == nullptr ? -1 : std::vsnprintf(buf, size, fmt, arguments);
-    if (length < 0 && size > 0) {
+// What a print that failed leaves behind.
+int Failed(char* buf, std::size_t size) {
+    if (buf != nullptr && size > 0) {
         buf[0] = '\0';
     }
-    return length;
+    return -1;
 }
 
 }  // namespace
@@ -38,19 +35,25 @@ long kxe_str_find(const char* text, size_t text_len, const char* pattern, size_t
 }
 
 int kxe_str_snprintf(char* buf, size_t size, const char* fmt, ...) {
+    if (fmt == nullptr) {
+        return Failed(buf, size);
+    }
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = Print(buf, size, fmt, arguments);
+    const int length = std::vsnprintf(buf, buf == nullptr ? 0 : size, fmt, arguments);
     va_end(arguments);
-    return length;
+    return length < 0 ? Failed(buf, size) : length;
 }
 
 int str_snprintf(char* buf, size_t size, const char* fmt, ...) {
+    if (fmt == nullptr) {
+        return Failed(buf, size);
+    }
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = Print(buf, size, fmt, arguments);
+    const int length = std::vsnprintf(buf, buf == nullptr ? 0 : size, fmt, arguments);
     va_end(arguments);
-    return length;
+    return length < 0 ? Failed(buf, size) : length;
 }
 
 size_t kxe_str_strlcpy(char* dst, const char* src, size_t size) {
