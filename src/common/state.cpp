@@ -8,3 +8,4 @@ std::string g_strPreConnectIp;
 
 uint32_t g_preOnlineState = 1;
 uint32_t Attempt_Times = 0;
+uint32_t s_heartbeatMisses = 0;

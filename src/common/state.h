@@ -14,4 +14,7 @@
 extern _stAgentInfo s_lastAgentInfo;
 extern _stUsrLogInfo s_lastUsrLogInfo;
 
+// How many heartbeats in a row reported the status 0; the heartbeat handler's alone.
+extern uint32_t s_heartbeatMisses;
+
 #endif  // KXEPINFO_COMMON_STATE_H

@@ -33,8 +33,8 @@ bool GetIpConfInfo(const char* data, unsigned len, std::map<std::string, std::st
 // cannot be read, or without the lock, the file is untouched.
 bool ParseCfgcGlobalIp(const char* data, unsigned len);
 
-// Inner part of GetIpConfInfo. The key of the address at `index`, "ip%ld" cut to nine characters:
-// from index 10000000 on, ten indices share a key.
+// Inner part of GetIpConfInfo. The key of the address at `index`: "ip" and the number, cut to nine
+// characters, so that an index above 9999999 has the key of its first seven digits.
 inline constexpr std::size_t kIpKeySize = 10;
 void FormatIpKey(long index, char (&key)[kIpKeySize]);
 
