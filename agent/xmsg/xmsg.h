@@ -46,7 +46,7 @@ extern "C" {
 #endif
 
 /* Largest packed message, in bytes. */
-#define XMSG_MAX_SIZE (16U * 1024U * 1024U)
+#define XMSG_MAX_SIZE 16777216U /* 16 MiB */
 
 typedef struct xmsg xmsg;
 
@@ -59,8 +59,8 @@ xmsg* xmsg_new(const char* name);
 
 /*
  * Appends an entry. Key and value are copied; they may lie in the message itself. `key` may be null
- * when `key_len` is 0, and `value` when `value_len` is 0. A message from xmsg_unpack can be added to
- * as well. Pointers that xmsg_get gave for this message before are invalid afterwards.
+ * when `key_len` is 0, and `value` when `value_len` is 0. A message from xmsg_unpack can be added
+ * to as well. Pointers that xmsg_get gave for this message before are invalid afterwards.
  *
  * Returns 0, or with the message unchanged: EINVAL (a null message, or null with a length), EEXIST
  * (the key is there already), EMSGSIZE (the packed message would exceed XMSG_MAX_SIZE) or ENOMEM.
@@ -71,9 +71,9 @@ int xmsg_add(xmsg* msg, const char* key, uint16_t key_len, const char* value, ui
 uint32_t xmsg_pack_size(const xmsg* msg);
 
 /*
- * Writes the packed form to `buffer`, which holds `size` bytes. Returns the number of bytes written,
- * always xmsg_pack_size(msg), or -1 with the buffer untouched when the message or the buffer is null
- * or `size` is too small.
+ * Writes the packed form to `buffer`, which holds `size` bytes. Returns the number of bytes
+ * written, always xmsg_pack_size(msg), or -1 with the buffer untouched when the message or the
+ * buffer is null or `size` is too small.
  */
 int xmsg_pack(const xmsg* msg, char* buffer, uint32_t size);
 
@@ -100,9 +100,9 @@ xmsg* xmsg_unpack(const char* data, uint32_t len);
  * otherwise they receive the length of the value, without its zero byte, and 0: flags are kept for
  * a later version. Both are 0 when the key is absent.
  *
- * Returns a pointer to the value, which is followed by one zero byte, or null when the key is absent,
- * the message is null, or the key is null with a length. The value belongs to the message: it lives
- * until xmsg_release or the next xmsg_add, and must not be changed.
+ * Returns a pointer to the value, which is followed by one zero byte, or null when the key is
+ * absent, the message is null, or the key is null with a length. The value belongs to the message:
+ * it lives until xmsg_release or the next xmsg_add, and must not be changed.
  */
 const char* xmsg_get(const xmsg* msg, const char* key, uint16_t key_len, uint32_t* value_len,
                      uint32_t* flags);
