@@ -1,4 +1,5 @@
-/* INI files, the ini_file family. */
+/* INI files, the ini_file family: the older names of what kxe_ini.h describes, with the same
+ * behaviour function by function. A document of one family may be handed to the other. */
 #ifndef INI_FILE_H
 #define INI_FILE_H
 

@@ -38,9 +38,10 @@ int kxe_str_snprintf(char* buf, size_t size, const char* fmt, ...) {
     if (fmt == nullptr) {
         return Failed(buf, size);
     }
+    const std::size_t room = buf == nullptr ? 0 : size;
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = std::vsnprintf(buf, buf == nullptr ? 0 : size, fmt, arguments);
+    const int length = std::vsnprintf(buf, room, fmt, arguments);
     va_end(arguments);
     return length < 0 ? Failed(buf, size) : length;
 }
@@ -49,9 +50,10 @@ int str_snprintf(char* buf, size_t size, const char* fmt, ...) {
     if (fmt == nullptr) {
         return Failed(buf, size);
     }
+    const std::size_t room = buf == nullptr ? 0 : size;
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = std::vsnprintf(buf, buf == nullptr ? 0 : size, fmt, arguments);
+    const int length = std::vsnprintf(buf, room, fmt, arguments);
     va_end(arguments);
     return length < 0 ? Failed(buf, size) : length;
 }
