@@ -1,3 +1,5 @@
+#include "path.h"
+
 #include <unistd.h>
 
 #include <cerrno>
@@ -6,9 +8,10 @@
 
 #include "kxe_base.h"
 
-namespace {
+using kxebase::kPathSize;
+using kxebase::TransformPath;
 
-constexpr std::size_t kPathSize = 4096;
+namespace {
 
 // Asked anew each time: a link's text costs less than the care that a cache for each thread takes
 // in a library that can be unloaded.
@@ -24,18 +27,6 @@ void ExecutableDirectory(char (&directory)[kPathSize]) {
     (void)kxe_str_strlcpy(directory, "/", sizeof directory);
 }
 
-// The length of the whole result, whether it fitted or not.
-std::size_t Transform(const char* in, char* out, std::size_t size) {
-    if (in == nullptr || in[0] != '@') {
-        return kxe_str_strlcpy(out, in, size);
-    }
-    char directory[kPathSize];
-    ExecutableDirectory(directory);
-    (void)kxe_str_strlcpy(out, directory, size);
-    (void)kxe_str_strncat(out, in + 1, size);
-    return std::strlen(directory) + std::strlen(in + 1);
-}
-
 // Adds the close-on-exec flag to an fopen mode; false when the mode is too long to be one.
 bool AddCloseOnExec(const char* mode, char* out, std::size_t size) {
     const std::size_t letters = std::strcspn(mode, ",");
@@ -46,12 +37,23 @@ bool AddCloseOnExec(const char* mode, char* out, std::size_t size) {
 
 }  // namespace
 
+std::size_t kxebase::TransformPath(const char* in, char* out, std::size_t size) {
+    if (in == nullptr || in[0] != '@') {
+        return kxe_str_strlcpy(out, in, size);
+    }
+    char directory[kPathSize];
+    ExecutableDirectory(directory);
+    (void)kxe_str_strlcpy(out, directory, size);
+    (void)kxe_str_strncat(out, in + 1, size);
+    return std::strlen(directory) + std::strlen(in + 1);
+}
+
 void kxe_dirutils_path_transform(const char* in, char* out, size_t size) {
-    (void)Transform(in, out, size);
+    (void)TransformPath(in, out, size);
 }
 
 void dirutils_path_transform(const char* in, char* out, size_t size) {
-    (void)Transform(in, out, size);
+    (void)TransformPath(in, out, size);
 }
 
 FILE* kxe_file_open(const char* path, const char* mode) {
@@ -63,7 +65,7 @@ FILE* kxe_file_open(const char* path, const char* mode) {
         return nullptr;
     }
     // A path that was cut would name another file.
-    if (Transform(path, expanded, sizeof expanded) >= sizeof expanded) {
+    if (TransformPath(path, expanded, sizeof expanded) >= sizeof expanded) {
         errno = ENAMETOOLONG;
         return nullptr;
     }
@@ -72,7 +74,7 @@ FILE* kxe_file_open(const char* path, const char* mode) {
 
 int IsCNAPPAgent(void) {
     char marker[kPathSize];
-    return Transform("@/../config/cnapp", marker, sizeof marker) < sizeof marker &&
+    return TransformPath("@/../config/cnapp", marker, sizeof marker) < sizeof marker &&
                    access(marker, F_OK) == 0
                ? 1
                : 0;
