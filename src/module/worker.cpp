@@ -134,5 +134,6 @@ void* epInfoSchedule(void* exit_flag) {
     PrepareLog();
     const int result = Work(static_cast<int*>(exit_flag), timer_arg);
     EP_LOG(kLogInformation, "kxepinfo module work thread exit\n");
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an exit value, never followed as a pointer
     return reinterpret_cast<void*>(static_cast<intptr_t>(result));
 }

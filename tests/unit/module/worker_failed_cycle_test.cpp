@@ -1,0 +1,30 @@
+// An agent whose id is unknown, so that no upload can be encoded. A program of its own: an id that
+// is once known is kept for the process.
+#include <gmock/gmock.h>
+
+#include "worker_fixture.h"
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+
+TEST_F(Worker, AFailedFirstCycleIsLoggedAndTheTimerArmed) {
+    answers->host_id = 0;
+    EXPECT_EQ(Run(), 0);
+    const std::vector<std::string> events = JournalFrom(kSend);
+    ASSERT_GT(events.size(), 1U);
+    EXPECT_EQ(events[1],
+              "2 kxepinfo: failed to excute kxepinfo module main process with error code: -1\\n");
+    EXPECT_THAT(events, Contains("cl_timerplus_start 0 5000"));
+}
+
+TEST_F(Worker, AFailedFirstCycleWithAStopEndsIt) {
+    answers->host_id = 0;
+    int asked = 0;
+    // The second question comes while the upload is encoded.
+    answers->get_host_id = [&] { exit_flag = ++asked == 2 ? 1 : 0; };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(JournalFrom(kInterrupted),
+                ElementsAre(kInterrupted, "3 kxepinfo: user called exit process, exiting now...\\n",
+                            kUnitializing, "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei",
+                            kUnitializing, kExit));
+}

@@ -1,0 +1,163 @@
+// The worker's entry, run on the test's own thread.
+#include <gmock/gmock.h>
+
+#include "fake_agent.h"
+#include "module/timer.h"
+#include "worker_fixture.h"
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+
+TEST_F(Worker, LogDirectoriesArePreparedFirst) {
+    EXPECT_EQ(Run(), 0);
+    const std::string bin = (kxtest::InstallationRoot() / "bin").string();
+    EXPECT_EQ(Journal().front(), "autolog_init " + bin + "/../var/log/agent/kxepinfo 5");
+    const auto config = kxtest::InstallationRoot() / "config/log/agent/kxepinfo/agent";
+    ASSERT_TRUE(std::filesystem::is_directory(config));
+    EXPECT_EQ(std::filesystem::status(config).permissions(),
+              static_cast<std::filesystem::perms>(0755));
+}
+
+TEST_F(Worker, ALogDirectoryThatCannotBeMadeStopsNothing) {
+    kxtest::WriteFile("config/log", "a file in the way");
+    kxtest::Agent().autolog_init = [](const char*, int) { return 20; };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(SentUploads().size(), 1U);
+}
+
+TEST_F(Worker, NullFlagIsMinusOne) {
+    EXPECT_EQ(reinterpret_cast<intptr_t>(epInfoSchedule(nullptr)), -1);
+    EXPECT_THAT(JournalFrom("2 kxepinfo: Exit flag not setted, can not contiune, error code: "
+                            "4294967295\\n"),
+                ElementsAre("2 kxepinfo: Exit flag not setted, can not contiune, error code: "
+                            "4294967295\\n",
+                            kExit));
+    EXPECT_THAT(Journal(), Not(Contains("nox_get_hostid")));
+}
+
+TEST_F(Worker, FailedEndpointIsMinusOne) {
+    answers->ipc_create = false;
+    EXPECT_EQ(Run(), -1);
+    EXPECT_THAT(JournalFrom("nox_ipc_create agt_ei 0"),
+                ElementsAre("nox_ipc_create agt_ei 0",
+                            "2 epinfoipc: create ipc failed with error code: -1\\n",
+                            "2 kxepinfo: Initialize IPC in kxepinfo failed with error code -1",
+                            kUnitializing, kUnitializing, kExit));
+}
+
+TEST_F(Worker, FailedAddressTearsDownWhatWasMade) {
+    answers->cfgc_address = false;
+    EXPECT_EQ(Run(), -1);
+    EXPECT_THAT(
+        JournalFrom(kAddressOfCfgc),
+        ElementsAre(kAddressOfCfgc, "2 epinfoipc: nox_addr_create failed with error code: -1\\n",
+                    "2 kxepinfo: Initialize IPC in kxepinfo failed with error code -1",
+                    kUnitializing, "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei",
+                    kUnitializing, kExit));
+}
+
+TEST_F(Worker, FailedRequestRegistrationIsMinusOne) {
+    answers->on_request = 5;
+    EXPECT_EQ(Run(), -1);
+    EXPECT_THAT(JournalFrom("nox_ipc_on_request"),
+                ElementsAre("nox_ipc_on_request",
+                            "2 epinfoipc: on_request failed with code: \t\t\t\t -1 and errmsg: "
+                            "text of the code",
+                            "2 kxepinfo: Initialize IpcRecvCallback in kxepinfo failed with error "
+                            "code: 4294967295",
+                            kUnitializing, "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei",
+                            kUnitializing, kExit));
+}
+
+TEST_F(Worker, FailedMessageRegistrationIsMinusOne) {
+    answers->msg_recv = -1;
+    EXPECT_EQ(Run(), -1);
+    EXPECT_THAT(
+        JournalFrom("nox_ipc_msg_recv"),
+        ElementsAre("nox_ipc_msg_recv",
+                    "2 epinfoipc: bind IpcOnMsgRecv to m_pAgtCfgAddr failed with code:"
+                    "               -1 and errmsg: text of the code",
+                    "2 kxepinfo: Initialize IpcRecvCallback in kxepinfo failed", kUnitializing,
+                    "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, AnotherCodeOfTheMessageRegistrationDoesNotStopIt) {
+    answers->msg_recv = 5;
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(SentUploads().size(), 1U);
+}
+
+TEST_F(Worker, AStopDuringTheFirstCycleSkipsTheLoop) {
+    answers->sleep = [this] { exit_flag = 1; };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(
+        JournalFrom(kInterrupted),
+        ElementsAre(kInterrupted,
+                    "kxe_ini_file_load " + (kxtest::InstallationRoot() / "bin").string() +
+                        "/../config/kxepinfocfg.ini",
+                    "kxe_ini_file_get flushgap value", "kxe_ini_file_free",
+                    "3 kxepinfo: upload gap is 5\\n", "cl_timerplus_start 0 5000", kUnitializing,
+                    "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, ATimerThatCannotBeArmedEndsIt) {
+    answers->timer = false;
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(
+        JournalFrom("cl_timerplus_start 0 5000"),
+        ElementsAre("cl_timerplus_start 0 5000",
+                    "2 kxepinfo: start timer failed in kxepinfo main routine", kUnitializing,
+                    "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, TheTimerGetsIntervalEndpointAndFlag) {
+    answers->loop_once = [this](cl_timerplus* timer, int) {
+        const auto* const arg = static_cast<const _stTimerArg*>(timer->user);
+        EXPECT_EQ(arg->interval_ms, 5000);
+        EXPECT_NE(arg->ipc, nullptr);
+        EXPECT_EQ(arg->exit_flag, &exit_flag);
+        return 0;
+    };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(Journal(), Contains("cl_event_loop_once"));
+}
+
+TEST_F(Worker, TheIntervalIsMultipliedIn64BitsAndStoredIn32) {
+    answers->gap = "2147483647";
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(Journal(), Contains("cl_timerplus_start 0 -1000"));
+}
+
+TEST_F(Worker, ALoopThatEndsByItselfEndsIt) {
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(
+        JournalFrom("cl_event_loop_once"),
+        ElementsAre("cl_event_loop_once", "usleep 100000", kUnitializing, "nox_ipc_destroy agt_ei",
+                    "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, EachPassOfTheLoopIsFollowedByAPause) {
+    answers->loop_once = [this](cl_timerplus*, int pass) {
+        exit_flag = pass == 3 ? 1 : 0;
+        return 1;
+    };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(
+        JournalFrom("cl_event_loop_once"),
+        ElementsAre("cl_event_loop_once", "usleep 100000", "cl_event_loop_once", "usleep 100000",
+                    "cl_event_loop_once", "usleep 100000", kUnitializing, "nox_ipc_destroy agt_ei",
+                    "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, TheIntervalIsReadOnce) {
+    answers->loop_once = [this](cl_timerplus* timer, int pass) {
+        ProcessMainCb(timer);
+        answers->gap = "9";
+        return pass < 3 ? 1 : 0;
+    };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(SentUploads().size(), 4U);
+    const std::vector<std::string> events = Journal();
+    EXPECT_EQ(std::count(events.begin(), events.end(), "kxe_ini_file_get flushgap value"), 1);
+}
