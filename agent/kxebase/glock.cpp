@@ -6,33 +6,21 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
-#include <cstdint>
-#include <ctime>
+#include <thread>
 
 namespace kxebase {
 namespace {
 
 constexpr mode_t kFileMode = 0640;
 constexpr int kMostReopenings = 100;  // before the next pause
-constexpr std::int64_t kFirstPauseMs = 1;
-constexpr std::int64_t kLongestPauseMs = 50;
+constexpr std::chrono::milliseconds kFirstPause(1);
+constexpr std::chrono::milliseconds kLongestPause(50);
 
 bool StandsForItself(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
            c == '_' || c == '.';
-}
-
-std::int64_t NowMs() {
-    timespec now = {};
-    (void)clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
-void Pause(std::int64_t ms) {
-    const timespec pause = {ms / 1000, ms % 1000 * 1000000};
-    // A signal makes it shorter, and the caller looks at the clock.
-    (void)clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
 }
 
 }  // namespace
@@ -66,16 +54,17 @@ int GlobalLock::Acquire(unsigned timeout_ms) {
     if (held_) {
         return EDEADLK;
     }
-    const std::int64_t deadline = NowMs() + timeout_ms;
-    std::int64_t pause = kFirstPauseMs;
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
+    Clock::duration pause = kFirstPause;
     int error = TryOnce();
     while (error == EWOULDBLOCK) {
-        const std::int64_t left = deadline - NowMs();
-        if (left <= 0) {
+        const Clock::duration left = deadline - Clock::now();
+        if (left <= Clock::duration::zero()) {
             return ETIMEDOUT;
         }
-        Pause(std::min(pause, left));
-        pause = std::min(pause * 2, kLongestPauseMs);
+        std::this_thread::sleep_for(std::min(pause, left));
+        pause = std::min<Clock::duration>(pause * 2, kLongestPause);
         error = TryOnce();
     }
     held_ = error == 0;
