@@ -1,0 +1,168 @@
+#include "ipc/cloneflags.h"
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include "answer_frames.h"
+#include "common/state.h"
+#include "ipc/response.h"
+#include "ipc_fixture.h"
+
+namespace fs = std::filesystem;
+using kxtest::LoggedLines;
+using kxtest::LogLine;
+using kxtest::ReadFile;
+using kxtest::WriteFile;
+using testing::ElementsAre;
+
+namespace {
+
+const LogLine kDuplicate{3, "kxepinfo", "duplicate:1"};
+const LogLine kRecalculate{3, "kxepinfo", "recalculate"};
+const LogLine kNoCloneFlag{2, "kxepinfo", "fail to touch clone_flag"};
+const LogLine kNoRecalculation{2, "kxepinfo", "fail to touch recalculate flag"};
+
+// The paths as the module expands them, which is how they are logged.
+std::string Expanded(const std::string& name) {
+    return (kxtest::InstallationRoot() / "bin/../config" / name).string();
+}
+
+class CloneFlags : public kxtest::IpcTest {
+  protected:
+    void SetUp() override {
+        IpcTest::SetUp();
+        fs::create_directory(kxtest::InstallationRoot() / "config");
+    }
+
+    const fs::path clone = kxtest::InstallationRoot() / "config/clone_flag";
+    const fs::path recalculation = kxtest::InstallationRoot() / "config/recalculate_agentid";
+};
+
+// No file can grow while it lives: what a full disk does to a write.
+class FullDisk {
+  public:
+    FullDisk() {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit none{0, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &before); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+  private:
+    rlimit before{};
+};
+
+}  // namespace
+
+TEST_F(CloneFlags, AreBothMadeWhenNeitherIsThere) {
+    MarkAsClone(1);
+    EXPECT_EQ(ReadFile(clone), "1");
+    EXPECT_TRUE(fs::is_empty(recalculation));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate));
+}
+
+TEST_F(CloneFlags, AreCompletedWhenTheFirstIsThere) {
+    WriteFile("config/clone_flag", "whatever");
+    MarkAsClone(1);
+    EXPECT_EQ(ReadFile(clone), "whatever");
+    EXPECT_TRUE(fs::is_empty(recalculation));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate));
+}
+
+TEST_F(CloneFlags, AreLeftAloneWhenTheSecondIsThere) {
+    WriteFile("config/recalculate_agentid", "old");
+    MarkAsClone(1);
+    EXPECT_FALSE(fs::exists(clone));
+    EXPECT_EQ(ReadFile(recalculation), "old");
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate));
+}
+
+TEST_F(CloneFlags, AreLeftAloneWhenBothAreThere) {
+    WriteFile("config/clone_flag", "whatever");
+    WriteFile("config/recalculate_agentid", "old");
+    MarkAsClone(1);
+    EXPECT_EQ(ReadFile(clone), "whatever");
+    EXPECT_EQ(ReadFile(recalculation), "old");
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate));
+}
+
+TEST_F(CloneFlags, TellTheManagersNumber) {
+    WriteFile("config/recalculate_agentid", "");
+    MarkAsClone(0xFFFFFFFF);
+    EXPECT_THAT(LoggedLines(), ElementsAre(LogLine{3, "kxepinfo", "duplicate:4294967295"}));
+}
+
+TEST_F(CloneFlags, AreNotMadeInAMissingDirectory) {
+    fs::remove(kxtest::InstallationRoot() / "config");
+    MarkAsClone(1);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(kDuplicate, kRecalculate,
+                            LogLine{1, "kxepinfo", "fail to open: " + Expanded("clone_flag")},
+                            kNoCloneFlag));
+}
+
+TEST_F(CloneFlags, StopAtAFirstThatCannotBeWritten) {
+    {
+        const FullDisk full_disk;
+        MarkAsClone(1);
+    }
+    EXPECT_FALSE(fs::exists(recalculation));
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(kDuplicate, kRecalculate, LogLine{1, "kxepinfo", "create clone_flag"},
+                            kNoCloneFlag));
+}
+
+TEST_F(CloneFlags, DoNotFollowALinkUnderTheNameOfTheFirst) {
+    fs::create_symlink("../elsewhere", clone);
+    MarkAsClone(1);
+    EXPECT_FALSE(fs::exists(kxtest::InstallationRoot() / "elsewhere"));
+    EXPECT_FALSE(fs::exists(recalculation));
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(kDuplicate, kRecalculate,
+                            LogLine{1, "kxepinfo", "fail to open: " + Expanded("clone_flag")},
+                            kNoCloneFlag));
+}
+
+TEST_F(CloneFlags, DoNotFollowALinkUnderTheNameOfTheSecond) {
+    fs::create_symlink("../elsewhere", recalculation);
+    MarkAsClone(1);
+    EXPECT_EQ(ReadFile(clone), "1");
+    EXPECT_FALSE(fs::exists(kxtest::InstallationRoot() / "elsewhere"));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kNoRecalculation));
+}
+
+TEST_F(CloneFlags, AreMadeUponADuplicateAndTheAgentIsOnline) {
+    auto message = kxtest::Accepted();
+    message.set_duplicate(1);
+    std::string frame = kxtest::Frame(message);
+    Attempt_Times = 3;
+    IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
+    EXPECT_EQ(ReadFile(clone), "1");
+    EXPECT_TRUE(fs::is_empty(recalculation));
+    EXPECT_EQ(g_preOnlineState, 1U);
+    EXPECT_EQ(Attempt_Times, 0U);
+}
+
+TEST_F(CloneFlags, ThatCannotBeMadeDoNotTurnTheAnswerIntoAFailure) {
+    fs::remove(kxtest::InstallationRoot() / "config");
+    auto message = kxtest::Accepted();
+    message.set_duplicate(1);
+    std::string frame = kxtest::Frame(message);
+    Attempt_Times = 3;
+    g_preOnlineState = 0;
+    IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
+    EXPECT_EQ(g_preOnlineState, 1U);
+    EXPECT_EQ(Attempt_Times, 0U);
+}
+
+TEST_F(CloneFlags, AreNotMadeWithoutADuplicate) {
+    std::string frame = kxtest::Frame(kxtest::Accepted());
+    IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
+    EXPECT_TRUE(fs::is_empty(kxtest::InstallationRoot() / "config"));
+}

@@ -1,0 +1,126 @@
+#include "ipc/createfile.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+#include "installation.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using CreateFile = kxtest::InstallationTest;
+
+fs::path File() {
+    return kxtest::InstallationRoot() / "file";
+}
+
+// The descriptor under which this process has the file open, or -1.
+int DescriptorOf(const fs::path& path) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        if (fs::read_symlink(entry.path(), error) == path) {
+            return std::stoi(entry.path().filename());
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+TEST_F(CreateFile, MakesAnEmptyFile) {
+    EXPECT_TRUE(CreateOrTruncate(File().c_str()).IsOpen());
+    EXPECT_TRUE(fs::is_empty(File()));
+}
+
+TEST_F(CreateFile, EmptiesTheFileThatIsThere) {
+    const fs::path path = kxtest::WriteFile("file", "old");
+    EXPECT_TRUE(CreateOrTruncate(path.c_str()).IsOpen());
+    EXPECT_TRUE(fs::is_empty(path));
+}
+
+TEST_F(CreateFile, EveryoneMayReadAndTheOwnerWrite) {
+    const mode_t before = umask(0);
+    (void)CreateOrTruncate(File().c_str());
+    umask(before);
+    EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0644));
+}
+
+TEST_F(CreateFile, TheUmaskTakesRightsAway) {
+    const mode_t before = umask(0077);
+    (void)CreateOrTruncate(File().c_str());
+    umask(before);
+    EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0600));
+}
+
+TEST_F(CreateFile, ChildProcessesDoNotInheritIt) {
+    const CreatedFile file = CreateOrTruncate(File().c_str());
+    const int descriptor = DescriptorOf(File());
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+}
+
+TEST_F(CreateFile, ClosesWithItsOwner) {
+    { const CreatedFile file = CreateOrTruncate(File().c_str()); }
+    EXPECT_EQ(DescriptorOf(File()), -1);
+}
+
+TEST_F(CreateFile, MovesWithItsOwner) {
+    CreatedFile kept;
+    {
+        CreatedFile first = CreateOrTruncate(File().c_str());
+        kept = std::move(first);
+    }
+    EXPECT_TRUE(kept.Write("x", 1));
+    EXPECT_EQ(kxtest::ReadFile(File()), "x");
+    kept = CreatedFile();
+    EXPECT_EQ(DescriptorOf(File()), -1);
+}
+
+TEST_F(CreateFile, DoesNotFollowASymbolicLinkToAFile) {
+    const fs::path other = kxtest::WriteFile("other", "precious");
+    fs::create_symlink(other, File());
+    const bool open = CreateOrTruncate(File().c_str()).IsOpen();
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_FALSE(open);
+    EXPECT_EQ(kxtest::ReadFile(other), "precious");
+}
+
+TEST_F(CreateFile, DoesNotFollowASymbolicLinkToNothing) {
+    const fs::path other = kxtest::InstallationRoot() / "other";
+    fs::create_symlink(other, File());
+    EXPECT_FALSE(CreateOrTruncate(File().c_str()).IsOpen());
+    EXPECT_FALSE(fs::exists(other));
+}
+
+TEST_F(CreateFile, FailsInAMissingDirectory) {
+    const bool open = CreateOrTruncate((File() / "x").c_str()).IsOpen();
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(open);
+}
+
+TEST_F(CreateFile, WritesWhatItIsGiven) {
+    EXPECT_TRUE(CreateOrTruncate(File().c_str()).Write("some text", 9));
+    EXPECT_EQ(kxtest::ReadFile(File()), "some text");
+}
+
+TEST_F(CreateFile, SaysWhenTheFileTookLess) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{4, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    CreatedFile file = CreateOrTruncate(File().c_str());
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool written = file.Write("some text", 9);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(kxtest::ReadFile(File()), "some");
+}
