@@ -8,7 +8,7 @@
  * its parent are made when missing, with mode 0750; the file has mode 0640. A line is written by
  * one call in append mode, so lines of several processes and threads never mix. When the next line
  * would take the file beyond 10 MiB it is renamed to events.jsonl.1, over the one before, and a new
- * one is begun. A line that a full disk cut short stays, ended by a newline before the next line.
+ * one is begun. A line that finds no room on the disk is taken back, so that all are whole.
  *
  *   {"time":"2024-05-06T07:08:09.123Z","module":"...","event":"...","product":"...",
  *    "version":"...","host_id":"...","body":{...}}

@@ -59,8 +59,7 @@ std::string TraceFile() {
 }
 
 Descriptor Open(const std::string& path) {
-    // Readable, to see whether the last line is whole.
-    const int flags = O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     return Descriptor(open(path.c_str(), flags, kFileMode));
 }
 
@@ -104,21 +103,30 @@ void Rotate(Descriptor& file, const std::string& path) {
     }
 }
 
-bool EndsWithinALine(const Descriptor& file) {
-    const std::int64_t size = SizeOf(file);
-    char last = '\n';
-    return size > 0 && pread(file.get(), &last, 1, size - 1) == 1 && last != '\n';
+// Removes the beginning of a line that the disk had no room for, `written` bytes before this
+// descriptor's position, unless somebody has appended to it. That the file is looked at and cut in
+// two steps does no harm: who appends in between has no room either.
+void TakeBack(const Descriptor& file, std::int64_t written) {
+    const std::int64_t end = lseek(file.get(), 0, SEEK_CUR);
+    if (end >= written && end == SizeOf(file)) {
+        // A beginning that stays is all that comes of a failure.
+        [[maybe_unused]] const int ignored = ftruncate(file.get(), end - written);
+    }
 }
 
-int Write(const Descriptor& file, std::string_view text) {
+int Write(const Descriptor& file, std::string_view line) {
     ssize_t written = -1;
     do {
-        written = write(file.get(), text.data(), text.size());
+        written = write(file.get(), line.data(), line.size());
     } while (written < 0 && errno == EINTR);
     if (written < 0) {
         return errno;
     }
-    return static_cast<std::size_t>(written) == text.size() ? 0 : ENOSPC;
+    if (static_cast<std::size_t>(written) < line.size()) {
+        TakeBack(file, written);
+        return ENOSPC;
+    }
+    return 0;
 }
 
 }  // namespace
@@ -145,7 +153,7 @@ int AppendLine(std::string_view line) {
     if (size > 0 && size + static_cast<std::int64_t>(line.size()) > kLargestFile) {
         Rotate(file, path);
     }
-    return EndsWithinALine(file) ? Write(file, '\n' + std::string(line)) : Write(file, line);
+    return Write(file, line);
 }
 
 }  // namespace bpsdk
