@@ -48,10 +48,10 @@ size_t kxe_str_strlcpy(char* dst, const char* src, size_t size);
  * as an empty text without room. The two must not overlap. */
 size_t kxe_str_strncat(char* dst, const char* src, size_t size);
 
-/* Opens a file like fopen, with the mode strings of fopen, a leading "@" of the path expanded (see
- * kxe_dirutils_path_transform) and the descriptor closed on exec. The caller closes it with fclose.
- * Null on failure with errno set; EINVAL for null or unusable arguments, ENAMETOOLONG for a path of
- * 4096 bytes or more once expanded. */
+/* Opens a file like fopen, with its mode strings (without a character set), a leading "@" of the
+ * path expanded (see kxe_dirutils_path_transform) and the descriptor closed on exec. The caller
+ * closes it with fclose. Null on failure with errno set; EINVAL for null or unusable arguments,
+ * ENAMETOOLONG for a path of 4096 bytes or more once expanded. */
 FILE* kxe_file_open(const char* path, const char* mode);
 
 /* Writes the path `in` to `out`, which is `size` bytes long, cut to fit and closed with a zero

@@ -27,14 +27,6 @@ void ExecutableDirectory(char (&directory)[kPathSize]) {
     (void)kxe_str_strlcpy(directory, "/", sizeof directory);
 }
 
-// Adds the close-on-exec flag to an fopen mode; false when the mode is too long to be one.
-bool AddCloseOnExec(const char* mode, char* out, std::size_t size) {
-    const std::size_t letters = std::strcspn(mode, ",");
-    const int length =
-        kxe_str_snprintf(out, size, "%.*se%s", static_cast<int>(letters), mode, mode + letters);
-    return letters < size && length > 0 && static_cast<std::size_t>(length) < size;
-}
-
 }  // namespace
 
 std::size_t kxebase::TransformPath(const char* in, char* out, std::size_t size) {
@@ -58,9 +50,9 @@ void dirutils_path_transform(const char* in, char* out, size_t size) {
 
 FILE* kxe_file_open(const char* path, const char* mode) {
     char expanded[kPathSize];
-    char flags[64];
+    char flags[16];
     if (path == nullptr || mode == nullptr || mode[0] == '\0' ||
-        !AddCloseOnExec(mode, flags, sizeof flags)) {
+        kxe_str_snprintf(flags, sizeof flags, "%se", mode) >= static_cast<int>(sizeof flags)) {
         errno = EINVAL;
         return nullptr;
     }

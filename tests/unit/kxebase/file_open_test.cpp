@@ -56,11 +56,6 @@ TEST_F(FileOpen, AppendsWithTheModesOfFopen) {
     EXPECT_EQ(kxtest::ReadFile(path), "one two");
 }
 
-TEST_F(FileOpen, ReadsThroughACharacterSet) {
-    const auto path = kxtest::WriteFile("x", "text");
-    EXPECT_NE(Open(path, "r,ccs=UTF-8"), nullptr);
-}
-
 TEST_F(FileOpen, ClosesTheDescriptorOnExec) {
     const auto path = kxtest::WriteFile("x", "");
     for (const char* const mode : {"r", "rb", "w+", "a", "re"}) {
@@ -77,9 +72,7 @@ TEST_F(FileOpen, TellsWhyItFailed) {
 }
 
 TEST_F(FileOpen, RefusesUnusableArguments) {
-    for (const char* const mode : {"", "x",
-                                   "this is far too long to be a mode of any function "
-                                   "that opens files, whatever the library"}) {
+    for (const char* const mode : {"", "x", "longer than any mode"}) {
         errno = 0;
         EXPECT_EQ(Open("@/../none", mode), nullptr) << mode;
         EXPECT_EQ(errno, EINVAL) << mode;
