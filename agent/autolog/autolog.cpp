@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -146,8 +147,11 @@ int autolog_init(const char* dir, int files) {
         return EINVAL;
     }
     try {
-        return Initialise(dir, files);
-    } catch (...) {  // nothing else is thrown
+        // The process may change its working directory later.
+        return Initialise(std::filesystem::absolute(dir).string(), files);
+    } catch (const std::filesystem::filesystem_error& no_working_directory) {
+        return no_working_directory.code().value();
+    } catch (...) {  // nothing else is thrown but std::bad_alloc
         return ENOMEM;
     }
 }

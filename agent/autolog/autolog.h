@@ -39,8 +39,8 @@ extern "C" {
 
 /* Sends all lines from now on to kxepinfo.log in the directory `dir`, which is made with its
  * parents (mode 0750) when it is missing. `files`, 1 to 1000, is how many files are kept, the one
- * that is written to among them. `dir` is copied; it is taken as it is, relative to the working
- * directory when it is no absolute path.
+ * that is written to among them. `dir` is copied; it is taken as it is; when it is no absolute
+ * path it begins at the working directory of this moment.
  *
  * Returns 0, or an errno value: EINVAL for unusable arguments, with everything as it was; otherwise
  * the reason why the file is not open, and then it is tried again as told above. May be called any

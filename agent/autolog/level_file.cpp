@@ -76,8 +76,12 @@ int LevelIn(std::string_view text) {
         const std::string_view line = Trim(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         const std::size_t equals = line.find('=');
+        const std::size_t bracket = line.find(']');
         if (line.starts_with('[')) {
-            in_section = Trim(line.substr(1, line.find(']') - 1)) == "log";
+            // A bracket that is never closed begins no section.
+            in_section = bracket == std::string_view::npos
+                             ? in_section
+                             : Trim(line.substr(1, bracket - 1)) == "log";
         } else if (in_section && equals != std::string_view::npos &&
                    Trim(line.substr(0, equals)) == "level") {
             const std::string_view value = Trim(line.substr(equals + 1));
