@@ -41,14 +41,14 @@ extern uint32_t g_preOnlineState;
 extern uint32_t Attempt_Times;
 
 #ifdef __cplusplus
-}
-
 /*
  * The four data symbols belong to the worker: a host may read them while no worker runs. The two
- * strings are C++ objects and so can be declared for C++ only.
+ * strings are C++ objects and so can be declared for C++ only; C linkage keeps the compiler from
+ * adding the string's ABI tag to their names.
  */
 extern std::string g_strCurConnectIp; /* local address that links to the manager, as last found */
 extern std::string g_strPreConnectIp; /* the same when the manager last answered */
+}
 #endif
 #pragma GCC visibility pop
 
