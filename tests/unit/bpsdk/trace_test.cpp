@@ -140,3 +140,9 @@ TEST_F(TraceBeforeItBegins, RecoversFromADirectoryThatCouldNotBeMade) {
     EXPECT_EQ(Lines(), kBegin + "\"message\":\"x\"}\n");
     kxe_bp_uninit();
 }
+
+extern "C" int HeaderWorksInC();
+
+TEST_F(TraceBeforeItBegins, WorksInC) {
+    EXPECT_EQ(HeaderWorksInC(), 1);
+}

@@ -189,3 +189,9 @@ TEST(XmsgRelease, NullIsAllowed) {
     xmsg_release(nullptr);
     SUCCEED();
 }
+
+extern "C" int HeaderWorksInC();
+
+TEST(XmsgHeader, WorksInC) {
+    EXPECT_EQ(HeaderWorksInC(), 1);
+}
