@@ -1,0 +1,59 @@
+#include "common/keyvalue.h"
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+#include "xmsg.h"
+
+namespace kxapp {
+
+namespace {
+
+struct Release {
+    void operator()(xmsg* message) const { xmsg_release(message); }
+};
+using Message = std::unique_ptr<xmsg, Release>;
+
+bool Add(xmsg* message, std::string_view key, std::string_view value) {
+    return key.size() <= std::numeric_limits<std::uint16_t>::max() &&
+           value.size() <= XMSG_MAX_SIZE &&
+           xmsg_add(message, key.data(), static_cast<std::uint16_t>(key.size()), value.data(),
+                    static_cast<std::uint32_t>(value.size())) == 0;
+}
+
+}  // namespace
+
+std::string PackMessage(const char* name, const Entries& entries) {
+    const Message message(xmsg_new(name));
+    bool complete = message != nullptr;
+    for (const auto& [key, value] : entries) {
+        complete = complete && Add(message.get(), key, value);
+    }
+    std::string packed(complete ? xmsg_pack_size(message.get()) : 0, '\0');
+    if (!complete ||
+        xmsg_pack(message.get(), packed.data(), static_cast<std::uint32_t>(packed.size())) <= 0) {
+        throw std::runtime_error("cannot make a key/value message");
+    }
+    return packed;
+}
+
+FoundValue FindInMessage(std::string_view packed, std::string_view key) {
+    if (packed.size() > XMSG_MAX_SIZE || key.size() > std::numeric_limits<std::uint16_t>::max()) {
+        return {};
+    }
+    const Message message(xmsg_unpack(packed.data(), static_cast<std::uint32_t>(packed.size())));
+    if (message == nullptr) {
+        return {};
+    }
+    std::uint32_t length = 0;
+    const char* value = xmsg_get(message.get(), key.data(), static_cast<std::uint16_t>(key.size()),
+                                 &length, nullptr);
+    if (value == nullptr) {
+        return {true, std::nullopt};
+    }
+    return {true, std::string(value, length)};
+}
+
+}  // namespace kxapp
