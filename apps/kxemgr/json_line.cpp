@@ -1,0 +1,55 @@
+#include "kxemgr/json_line.h"
+
+#include <array>
+#include <cstdio>
+
+#include "common/decode.h"
+#include "common/frame.h"
+#include "common/json.h"
+
+namespace kxemgr {
+
+namespace {
+
+using kxapp::Json;
+using kxapp::SetMember;
+
+std::string UtcTime(const timespec& time) {
+    tm parts{};
+    gmtime_r(&time.tv_sec, &parts);
+    std::array<char, 32> seconds{};
+    (void)std::strftime(seconds.data(), seconds.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    std::array<char, 32> fraction{};
+    (void)std::snprintf(fraction.data(), fraction.size(), ".%03ldZ", time.tv_nsec / 1'000'000);
+    return std::string(seconds.data()) + fraction.data();
+}
+
+Json Number(std::size_t number) {
+    return Json(json_integer(static_cast<json_int_t>(number)));
+}
+
+Json FrameFacts(const Upload& upload) {
+    Json frame(json_object());
+    SetMember(frame.get(), "length", Number(upload.frame_bytes));
+    SetMember(frame.get(), "payload_type", Number(kxapp::kPayloadProtobuf));
+    SetMember(frame.get(), "payload_length", Number(upload.frame_bytes - kxapp::kFrameHeaderSize));
+    return frame;
+}
+
+}  // namespace
+
+std::string JsonLine(const Upload& upload, std::string_view fault,
+                     const bf_kxepinfo::epinfo_msg_respone& answer) {
+    Json line(json_object());
+    SetMember(line.get(), "received", kxapp::JsonString(UtcTime(upload.received)));
+    SetMember(line.get(), "from", kxapp::JsonString(upload.from));
+    SetMember(line.get(), "request_id", Number(upload.request_id));
+    SetMember(line.get(), "frame", FrameFacts(upload));
+    SetMember(line.get(), "epinfo", kxapp::MessageToJson(upload.message));
+    SetMember(line.get(), "not_utf8", kxapp::JsonStrings(upload.not_utf8));
+    SetMember(line.get(), "fault", fault.empty() ? Json(json_null()) : kxapp::JsonString(fault));
+    SetMember(line.get(), "answer", kxapp::MessageToJson(answer));
+    return kxapp::ToText(line.get());
+}
+
+}  // namespace kxemgr

@@ -1,0 +1,54 @@
+#include "kxemgr/manager.h"
+
+#include <utility>
+
+#include "common/complain.h"
+#include "kxemgr/answer.h"
+#include "kxemgr/block.h"
+#include "kxemgr/json_line.h"
+
+namespace kxemgr {
+
+namespace {
+
+constexpr unsigned kUploadType = 0;
+
+timespec Now() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+}  // namespace
+
+Manager::Manager(const Options& options, kxapp::FaultPlan faults)
+    : m_options(options), m_faults(std::move(faults)) {}
+
+kxapp::Reply Manager::handle(const kxapp::Request& request) {
+    const std::string from(request.from);
+    if (request.type != kUploadType) {
+        kxapp::Complain("request of type %u from %s is not understood", request.type, from.c_str());
+        return {kxapp::Delivery::kNever, 0, {}};
+    }
+    if (done()) {
+        return {kxapp::Delivery::kNever, 0, {}};
+    }
+    std::string fault;
+    const auto upload = ReadUpload(request, Now(), fault);
+    if (!upload) {
+        kxapp::Complain("bad upload from %s: %s", from.c_str(), fault.c_str());
+        return Deliver({}, Refuse(fault));
+    }
+    return accept(*upload);
+}
+
+kxapp::Reply Manager::accept(const Upload& upload) {
+    ++m_received;
+    const std::string_view fault = m_faults.take();
+    auto answer = Accept(upload.message, upload.received.tv_sec);
+    ApplyToMessage(fault, answer);
+    m_failed = !kxapp::WriteOut(m_options.json ? JsonLine(upload, fault, answer) : Block(upload));
+    return Deliver(fault, answer);
+}
+
+}  // namespace kxemgr

@@ -1,0 +1,36 @@
+// One upload of an agent, as it came.
+#ifndef KX_APPS_KXEMGR_UPLOAD_H
+#define KX_APPS_KXEMGR_UPLOAD_H
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/service.h"
+#include "epinfo.pb.h"
+
+namespace kxemgr {
+
+// Longer uploads are refused: those of a machine with thousands of adapters are a fraction of it,
+// and decoding takes many times the memory.
+inline constexpr std::size_t kMostUploadBytes = 4U * 1024U * 1024U;
+
+struct Upload {
+    timespec received{};  // wall clock
+    std::string from;     // the agent's name on the bus
+    unsigned request_id = 0;
+    std::size_t frame_bytes = 0;
+    bf_kxepinfo::epinfo message;
+    std::vector<std::string> not_utf8;  // paths of the strings that had to be repaired
+};
+
+// Checks the frame strictly and decodes the message. Nothing when there is a fault, which `fault`
+// then tells in words; `request` was received at `now`.
+std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& now,
+                                 std::string& fault);
+
+}  // namespace kxemgr
+
+#endif  // KX_APPS_KXEMGR_UPLOAD_H
