@@ -1,0 +1,162 @@
+#include "kxemgr/block.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+using kxemgr::Block;
+using kxemgr::CmdInWords;
+using namespace std::string_literals;
+
+namespace {
+
+// 2023-11-14 22:13:20 UTC, in a zone one hour east of it.
+class BlockTest : public ::testing::Test {
+  protected:
+    BlockTest() {
+        setenv("TZ", "TEST-1", 1);
+        tzset();
+        upload.received = {1700000000, 123'999'999};
+        upload.from = "agt_ei";
+        upload.message.set_agent_id(4711);
+    }
+
+    // The lines below the first.
+    std::string body() const {
+        const std::string block = Block(upload);
+        return block.substr(block.find('\n') + 1);
+    }
+
+    kxemgr::Upload upload;
+};
+
+void FillSystem(bf_kxepinfo::epinfo_msg_sys& system) {
+    auto& base = *system.mutable_base_info();
+    base.set_host_node("build-7");
+    base.set_host_plat(4);
+    base.set_host_type(1);
+    base.set_physical(1);
+    base.set_sys_release("6.1.0-18-amd64");
+    base.set_sys_version("#1 SMP");
+    base.set_sys_machine("x86_64");
+    base.set_sys_distro("Debian 12");
+    base.set_cpu_core(4);
+    auto& adapter = *system.mutable_nw_info()->add_if_info();
+    adapter.set_if_mac("00-1A-2B-3C-4D-5E");
+    adapter.add_if_ipv4("10.0.0.5");
+    adapter.add_if_ipv6("fe80::1");
+    auto& versions = *system.mutable_agent_info();
+    versions.set_agent_version("3.2.10");
+    versions.set_virus_version("2019");
+    versions.set_patchdb_version("2018");
+    versions.set_ioadb_version("1");
+    versions.set_iocdb_version("0.2");
+    versions.set_mgr_addr("127.0.0.1");
+    system.mutable_change()->set_is_changed(bf_kxepinfo::IS_CHANGED);
+}
+
+}  // namespace
+
+TEST(CmdInWords, NamesEachBit) {
+    EXPECT_EQ(CmdInWords(0), "nothing");
+    EXPECT_EQ(CmdInWords(2), "resources");
+    EXPECT_EQ(CmdInWords(6), "resources, system");
+    EXPECT_EQ(CmdInWords(14), "resources, system, login");
+    EXPECT_EQ(CmdInWords(63), "check, resources, system, login, trust, custom");
+}
+
+TEST(CmdInWords, ShowsBitsWithoutANameAsANumber) {
+    EXPECT_EQ(CmdInWords(0x40), "0x40");
+    EXPECT_EQ(CmdInWords(0xF0000002), "resources, 0xf0000000");
+}
+
+TEST_F(BlockTest, OfAResourceUpload) {
+    upload.message.set_cmd(2);
+    auto& resources = *upload.message.mutable_rc_info();
+    resources.set_cpu_usage(327);
+    resources.set_mem_total(8142428);
+    resources.set_mem_usaged(1234567);
+    EXPECT_EQ(Block(upload),
+              "2023-11-14 23:13:20.123  agent 4711 (agt_ei)  resources\n"
+              "  cpu 3.27 %  memory 1205 of 7951 MiB (15.2 %)\n");
+}
+
+TEST_F(BlockTest, OfEverything) {
+    upload.message.set_cmd(14);
+    upload.message.mutable_rc_info()->set_cpu_usage(10000);
+    FillSystem(*upload.message.mutable_sys_info());
+    auto& login = *upload.message.mutable_login_info()->add_usr_info();
+    login.set_login_name("root" + std::string(28, '\0'));
+    login.set_login_ip("10.0.0.9" + std::string(248, '\0'));
+    login.set_login_time("2026-11-21 08:15:00");
+    EXPECT_EQ(Block(upload),
+              "2023-11-14 23:13:20.123  agent 4711 (agt_ei)  resources, system, login\n"
+              "  cpu 100.00 %  memory 0 of 0 MiB (0.0 %)\n"
+              "  host build-7, Debian 12, Linux 6.1.0-18-amd64, x86_64, 64-bit, 4 processors, "
+              "physical\n"
+              "  adapter 00-1A-2B-3C-4D-5E  10.0.0.5  fe80::1\n"
+              "  versions agent 3.2.10, virus 2019, patch 2018, ioa 1, ioc 0.2; manager 127.0.0.1\n"
+              "  changed\n"
+              "  login root from 10.0.0.9 at 2026-11-21 08:15:00\n");
+}
+
+TEST_F(BlockTest, OfAVirtualMachineInAContainer) {
+    auto& base = *upload.message.mutable_sys_info()->mutable_base_info();
+    base.set_host_plat(3);
+    base.set_cpu_core(-1);
+    base.set_uvmid(18446744073709551615U);
+    base.set_containerid("0123abcd");
+    base.set_recal_timestamp(1700000000);
+    upload.message.mutable_sys_info()->mutable_nw_info()->set_is_ip_changed(true);
+    EXPECT_EQ(body(),
+              "  host 32-bit, -1 processors, virtual, vm 18446744073709551615, container 0123abcd, "
+              "id to be redrawn since 1700000000\n"
+              "  not changed, sent to refresh; addresses changed\n");
+}
+
+TEST_F(BlockTest, OfALoginWithoutANameOrHost) {
+    auto& login = *upload.message.mutable_login_info()->add_usr_info();
+    login.set_login_name(std::string(32, '\0'));
+    login.set_login_ip(std::string(256, '\0'));
+    login.set_login_time("2026-11-21 08:15:00");
+    EXPECT_EQ(body(), "  login (no name) at 2026-11-21 08:15:00\n");
+}
+
+TEST_F(BlockTest, OfAnEmptyUploadIsItsFirstLine) {
+    EXPECT_EQ(Block(upload), "2023-11-14 23:13:20.123  agent 4711 (agt_ei)  nothing\n");
+}
+
+TEST_F(BlockTest, OfMemoryBeyondASane32BitNumberDoesNotOverflow) {
+    auto& resources = *upload.message.mutable_rc_info();
+    resources.set_cpu_usage(4294967295U);
+    resources.set_mem_total(1);
+    resources.set_mem_usaged(4294967295U);
+    EXPECT_EQ(body(), "  cpu 42949672.95 %  memory 4194303 of 0 MiB (429496729500.0 %)\n");
+}
+
+TEST_F(BlockTest, EscapesWhatTheAgentSays) {
+    auto& login = *upload.message.mutable_login_info()->add_usr_info();
+    login.set_login_name("a\x1B[2J");
+    login.set_login_ip("h\nforged");
+    login.set_login_time("t\rx");
+    upload.from = "x\ty";
+    EXPECT_EQ(Block(upload),
+              "2023-11-14 23:13:20.123  agent 4711 (x\\x09y)  nothing\n"
+              "  login a\\x1B[2J from h\\x0Aforged at t\\x0Dx\n");
+}
+
+TEST_F(BlockTest, ListsABoundedNumberOfAdaptersAndAddresses) {
+    auto& network = *upload.message.mutable_sys_info()->mutable_nw_info();
+    for (int i = 0; i < 18; ++i) {
+        network.add_if_info()->set_if_mac("m");
+    }
+    for (int i = 0; i < 10; ++i) {
+        network.mutable_if_info(0)->add_if_ipv4("4");
+    }
+    std::string expected = "  adapter m  4  4  4  4  4  4  4  4  and 2 more\n";
+    for (int i = 1; i < 16; ++i) {
+        expected += "  adapter m\n";
+    }
+    EXPECT_EQ(body(), expected + "  and 2 more adapters\n  not changed, sent to refresh\n");
+}
