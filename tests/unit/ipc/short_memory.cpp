@@ -8,6 +8,8 @@ thread_local bool memory_is_short = false;
 
 }  // namespace
 
+// Visible, since the linker counts the calls of AddressSanitizer's library among the wrapped ones.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -18,6 +20,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 
 kxtest::ShortMemory::ShortMemory() {
     memory_is_short = true;
