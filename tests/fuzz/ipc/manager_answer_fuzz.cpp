@@ -1,10 +1,15 @@
 // The input is the manager's answer to an upload, frame header and all. It ends as one success or
 // as one failure.
+#include <google/protobuf/stubs/logging.h>
+
 #include "common/state.h"
 #include "fuzzed_agent.h"
 #include "ipc/response.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    // Text that is not UTF-8 is common here, and each would be a line on standard error.
+    static const auto protobuf_log = google::protobuf::SetLogHandler(nullptr);
+    (void)protobuf_log;
     auto bytes = Bytes(data, size);
     Agent() = {};
     Attempt_Times = 4;
