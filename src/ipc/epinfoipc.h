@@ -56,8 +56,8 @@ class CEpInfoIpc {
   private:
     nox_ipc_st* m_pIpc;
     nox_addr_st* m_pMgrAddr;
-    // Never released, neither by IpcUnit nor by the destructor: each IpcInit leaves one small
-    // address behind. Null until IpcInit sets it, so that the sends can test it.
+    // Never released, neither by IpcUnit nor by the destructor: each IpcInit leaves one reference
+    // to it behind. Null until IpcInit sets it, so that the sends can test it.
     nox_addr_st* m_pAgtCfgAddr = nullptr;
 };
 
