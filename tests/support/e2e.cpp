@@ -218,8 +218,8 @@ std::vector<std::string> Program::wait_for_lines(std::size_t count) const {
     return lines;
 }
 
-Finished Run(const fs::path& file, std::vector<std::string> arguments,
-             const Program::Options& options) {
+Finished RunToEnd(const fs::path& file, std::vector<std::string> arguments,
+                  const Program::Options& options) {
     Program program(file, std::move(arguments), options);
     const int status = program.wait();
     return {status, program.output(), program.errors()};

@@ -102,8 +102,8 @@ struct Finished {
     std::string output;
     std::string errors;
 };
-Finished Run(const std::filesystem::path& file, std::vector<std::string> arguments,
-             const Program::Options& options = {});
+Finished RunToEnd(const std::filesystem::path& file, std::vector<std::string> arguments,
+                  const Program::Options& options = {});
 
 struct ReleaseJson {
     void operator()(json_t* value) const { json_decref(value); }

@@ -1,0 +1,75 @@
+// A whole agent for one test: an installation of its own and the programs that run in it.
+#ifndef KXEPINFO_TESTS_E2E_AGENT_AGENT_H
+#define KXEPINFO_TESTS_E2E_AGENT_AGENT_H
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "e2e.h"
+
+namespace kxtest {
+
+// The shortest interval that the module accepts, and every detail in the log.
+class AgentTest : public ::testing::Test {
+  protected:
+    explicit AgentTest(const std::string& installation = "agent") : m_installation(installation) {
+        m_installation.set_interval(2);
+        m_installation.set_log_level(4);
+    }
+
+    const AgentInstallation& installation() const { return m_installation; }
+
+    Program& StartHost(std::vector<std::string> arguments = {},
+                       const Program::Options& options = {}) {
+        return Start(m_host, "kxehost", std::move(arguments), options);
+    }
+    // With --json, listening when this returns.
+    Program& StartManager(std::vector<std::string> arguments = {}) {
+        arguments.insert(arguments.begin(), "--json");
+        Program& manager = Start(m_manager, "kxemgr", std::move(arguments), {});
+        EXPECT_TRUE(m_installation.wait_for_bus("mgr_ei"));
+        return manager;
+    }
+    Program& StartCentre(std::vector<std::string> arguments = {}) {
+        Program& centre = Start(m_centre, "kxecfgc", std::move(arguments), {});
+        EXPECT_TRUE(m_installation.wait_for_bus("agt_cfgc"));
+        return centre;
+    }
+    Finished Ctl(std::vector<std::string> arguments, const Program::Options& options = {}) const {
+        return RunToEnd(m_installation.program("kxectl"), std::move(arguments), options);
+    }
+
+    Program& manager() { return *m_manager; }
+
+    // The upload of that number, the first being 0, as kxemgr prints it.
+    Json Upload(std::size_t number) {
+        const std::vector<std::string> lines = m_manager->wait_for_lines(number + 1);
+        return number < lines.size() ? ParseJson(lines[number]) : nullptr;
+    }
+
+    testing::AssertionResult Logs(std::string_view text) const {
+        if (m_installation.wait_for_log(text)) {
+            return testing::AssertionSuccess();
+        }
+        return testing::AssertionFailure() << "no such line in the log:\n" << m_installation.log();
+    }
+
+  private:
+    Program& Start(std::optional<Program>& slot, const char* name,
+                   std::vector<std::string> arguments, const Program::Options& options) {
+        return slot.emplace(m_installation.program(name), std::move(arguments), options);
+    }
+
+    AgentInstallation m_installation;
+    std::optional<Program> m_manager;
+    std::optional<Program> m_centre;
+    std::optional<Program> m_host;
+};
+
+}  // namespace kxtest
+
+#endif  // KXEPINFO_TESTS_E2E_AGENT_AGENT_H
