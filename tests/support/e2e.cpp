@@ -54,6 +54,7 @@ void CopyTree(const fs::path& from, const fs::path& to) {
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
@@ -70,7 +71,8 @@ std::vector<std::string> Environment(const std::map<std::string, std::string>& a
         }
     }
     for (const auto& [name, value] : added) {
-        all.push_back(name + "=" + value);
+        all.push_back(name);
+        all.back().append("=").append(value);
     }
     return all;
 }
@@ -235,7 +237,7 @@ const json_t* Member(const json_t* value, std::string_view path) {
         const std::string name(path.substr(0, path.find('.')));
         path.remove_prefix(std::min(path.size(), name.size() + 1));
         value = json_is_array(value)
-                    ? json_array_get(value, static_cast<std::size_t>(std::atoi(name.c_str())))
+                    ? json_array_get(value, std::strtoul(name.c_str(), nullptr, 10))
                     : json_object_get(value, name.c_str());
     }
     return value;

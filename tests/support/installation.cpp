@@ -12,7 +12,7 @@ fs::path InstallationRoot() {
 }
 
 fs::path WriteFile(const fs::path& relative, std::string_view content) {
-    const fs::path path = InstallationRoot() / relative;
+    fs::path path = InstallationRoot() / relative;
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc)
         .write(content.data(), static_cast<std::streamsize>(content.size()));
