@@ -1,92 +1,130 @@
-// What a worker costs that has nothing to do: a thread that waits in cl_event_loop_once with the
-// module's timer of 40 s, and beside it, in the same time, a thread that sleeps 100 ms and looks
-// again. Both are watched from outside, so that watching costs them nothing.
+// What a worker costs that has little to do, watched side by side in the same time:
 //
-//   bench_idle [SECONDS]    how long; 85 when not given, which sees two ticks of the timer
+// - a thread that waits in cl_event_loop_once with the module's timer of 40 s and a callback that
+//   does nothing;
+// - the host with the module, its collections at that interval included, when a host is given;
+// - for comparison a thread that sleeps 100 ms and looks again.
+//
+//   bench_idle [HOST [SECONDS]]    the host's file in its installation; how long, 85 when not
+//   given,
+//                                  which sees two ticks of the timer
 #include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
-#include <ctime>
-#include <fstream>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "child.h"
 #include "cl_ev.h"
+#include "notification.h"
 #include "report.h"
+#include "watched.h"
 
 namespace {
 
 constexpr int kDefaultSeconds = 85;
 constexpr int kTimerMs = 40000;
 constexpr unsigned kSleepUs = 100000;
+// Past what only the beginning costs: the module's first collection takes one second.
+constexpr unsigned kSettleSeconds = 4;
+constexpr char kReference[] = "loop of 100 ms sleeps";
 
 std::atomic<bool> stopping{false};
 std::atomic<int> ticks{0};
 
-struct Watched {
-    pthread_t thread{};
-    std::atomic<pid_t> id{0};
-};
-
-void* WaitInTheLoop(void* argument) {
+void* WaitInTheLoop(void* id) {
     (void)cl_timerplus_start(
         0, kTimerMs, [](cl_timerplus*) { ++ticks; }, nullptr);
-    static_cast<Watched*>(argument)->id = gettid();
+    *static_cast<std::atomic<pid_t>*>(id) = gettid();
     while (!stopping) {
         (void)cl_event_loop_once();
     }
     return nullptr;
 }
 
-void* SleepAndLook(void* argument) {
-    static_cast<Watched*>(argument)->id = gettid();
+void* SleepAndLook(void* id) {
+    *static_cast<std::atomic<pid_t>*>(id) = gettid();
     while (!stopping) {
         (void)usleep(kSleepUs);
     }
     return nullptr;
 }
 
-double CpuSeconds(const Watched& watched) {
-    clockid_t clock{};
-    timespec used{};
-    if (pthread_getcpuclockid(watched.thread, &clock) != 0 || clock_gettime(clock, &used) != 0) {
-        kxbench::Fail("cannot read a thread's processor time");
+// The id that the thread writes when it runs.
+pid_t WaitForId(const std::atomic<pid_t>& id) {
+    while (id == 0) {
+        (void)usleep(1000);
     }
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+    return id;
 }
 
-// How often the thread has begun to wait, and so how often it was woken.
-double Waits(const Watched& watched) {
-    std::ifstream status("/proc/self/task/" + std::to_string(watched.id) + "/status");
-    for (std::string word; status >> word;) {
-        double count = 0;
-        if (word == "voluntary_ctxt_switches:" && status >> count) {
-            return count;
-        }
+class Host {
+  public:
+    explicit Host(const std::string& program) : child_(program, {}, {notification_.Variable()}) {
+        notification_.WaitUntilReady();
     }
-    kxbench::Fail("cannot read a thread's context switches");
-}
+    Watched watched() const { return Watched(child_.pid()); }
 
-struct Sample {
-    double cpu_seconds;
-    double waits;
+  private:
+    kxbench::Notification notification_;
+    kxbench::Child child_;
 };
 
-Sample Take(const Watched& watched) {
-    return {CpuSeconds(watched), Waits(watched)};
-}
-
-Sample PerHour(const Sample& before, const Sample& after, int seconds) {
+// What each used within the time, extrapolated to one hour.
+std::vector<Use> UseOfAnHour(const std::vector<Watched>& all, unsigned seconds) {
+    std::vector<Use> uses;
+    for (const Watched& watched : all) {
+        uses.push_back(watched.Read());
+    }
+    (void)sleep(seconds);
     const double windows = 3600.0 / seconds;
-    return {(after.cpu_seconds - before.cpu_seconds) * windows,
-            (after.waits - before.waits) * windows};
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const Use now = all[i].Read();
+        uses[i] = {(now.cpu_seconds - uses[i].cpu_seconds) * windows,
+                   (now.waits - uses[i].waits) * windows};
+    }
+    return uses;
 }
 
-void WaitUntilRunning(const Watched& watched) {
-    while (watched.id == 0) {
-        (void)usleep(1000);
+void ReportUse(const std::string& what, const Use& use, const Use& reference) {
+    kxbench::Report(what + ": processor time an hour", use.cpu_seconds, "s", kReference,
+                    reference.cpu_seconds);
+    kxbench::Report(what + ": wake-ups an hour", use.waits, "wake-ups", kReference,
+                    reference.waits);
+}
+
+void Measure(const std::string& host_program, unsigned seconds) {
+    std::atomic<pid_t> waiting_id{0};
+    std::atomic<pid_t> sleeping_id{0};
+    pthread_t waiting{};
+    pthread_t sleeping{};
+    std::optional<Host> host;
+    if (!host_program.empty()) {
+        host.emplace(host_program);
+    }
+    if (cl_ev_create_isolated_thread(&waiting, 0, WaitInTheLoop, &waiting_id) != 0 ||
+        pthread_create(&sleeping, nullptr, SleepAndLook, &sleeping_id) != 0) {
+        kxbench::Fail("cannot make a thread");
+    }
+    std::vector<Watched> all = {Watched(sleeping, WaitForId(sleeping_id)),
+                                Watched(waiting, WaitForId(waiting_id))};
+    if (host) {
+        all.push_back(host->watched());
+    }
+    (void)sleep(kSettleSeconds);
+    const std::vector<Use> uses = UseOfAnHour(all, seconds);
+    stopping = true;
+    cl_event_loop_wake(waiting);
+    (void)pthread_join(waiting, nullptr);
+    (void)pthread_join(sleeping, nullptr);
+
+    kxbench::Report("waiting thread: ticks of its timer meanwhile", ticks, "ticks");
+    ReportUse("waiting thread", uses[1], uses[0]);
+    if (host) {
+        ReportUse("host with the module, collections included", uses[2], uses[0]);
     }
 }
 
@@ -94,34 +132,10 @@ void WaitUntilRunning(const Watched& watched) {
 
 int main(int argc, char** argv) {
     // NOLINTNEXTLINE(cert-err34-c): 0 for what is no number
-    const int seconds = argc > 1 ? std::atoi(argv[1]) : kDefaultSeconds;
+    const int seconds = argc > 2 ? std::atoi(argv[2]) : kDefaultSeconds;
     if (seconds < 1) {
-        kxbench::Fail("usage: bench_idle [SECONDS]");
+        kxbench::Fail("usage: bench_idle [HOST [SECONDS]]");
     }
-    Watched waiting;
-    Watched sleeping;
-    if (cl_ev_create_isolated_thread(&waiting.thread, 0, WaitInTheLoop, &waiting) != 0 ||
-        pthread_create(&sleeping.thread, nullptr, SleepAndLook, &sleeping) != 0) {
-        kxbench::Fail("cannot make a thread");
-    }
-    WaitUntilRunning(waiting);
-    WaitUntilRunning(sleeping);
-    (void)sleep(1);  // past what only the beginning costs
-
-    const Sample waiting_before = Take(waiting);
-    const Sample sleeping_before = Take(sleeping);
-    (void)sleep(static_cast<unsigned>(seconds));
-    const Sample waiting_hour = PerHour(waiting_before, Take(waiting), seconds);
-    const Sample sleeping_hour = PerHour(sleeping_before, Take(sleeping), seconds);
-    stopping = true;
-    cl_event_loop_wake(waiting.thread);
-    (void)pthread_join(waiting.thread, nullptr);
-    (void)pthread_join(sleeping.thread, nullptr);
-
-    kxbench::Report("idle worker: ticks of its timer in the window", ticks, "ticks");
-    kxbench::Report("idle worker: processor time an hour", waiting_hour.cpu_seconds, "s",
-                    "loop of 100 ms sleeps", sleeping_hour.cpu_seconds);
-    kxbench::Report("idle worker: wake-ups an hour", waiting_hour.waits, "wake-ups",
-                    "loop of 100 ms sleeps", sleeping_hour.waits);
+    Measure(argc > 1 ? argv[1] : "", static_cast<unsigned>(seconds));
     return EXIT_SUCCESS;
 }

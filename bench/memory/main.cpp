@@ -64,7 +64,7 @@ Memory ReadWhenStill(pid_t pid) {
 }
 
 Memory Measure(const std::string& host, const std::vector<std::string>& arguments) {
-    const Notification notification;
+    const kxbench::Notification notification;
     const kxbench::Child child(host, arguments, {notification.Variable()});
     notification.WaitUntilReady();
     return ReadWhenStill(child.pid());

@@ -11,6 +11,7 @@
 
 #include "report.h"
 
+namespace kxbench {
 namespace {
 
 constexpr int kLongestWaitMs = 30000;
@@ -26,7 +27,7 @@ Notification::Notification()
     std::memcpy(address.sun_path + 1, name_.data(), name_.size());
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name_.size());
     if (socket_ < 0 || bind(socket_, reinterpret_cast<sockaddr*>(&address), length) != 0) {
-        kxbench::Fail("cannot make a socket for notifications");
+        Fail("cannot make a socket for notifications");
     }
 }
 
@@ -45,5 +46,7 @@ void Notification::WaitUntilReady() const {
             return;
         }
     }
-    kxbench::Fail("the host did not become ready");
+    Fail("the host did not become ready");
 }
+
+}  // namespace kxbench

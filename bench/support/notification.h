@@ -1,8 +1,10 @@
 // A socket of the kind that a service manager gives its services, to hear when one is ready.
-#ifndef KXEPINFO_BENCH_MEMORY_NOTIFICATION_H
-#define KXEPINFO_BENCH_MEMORY_NOTIFICATION_H
+#ifndef KXEPINFO_BENCH_SUPPORT_NOTIFICATION_H
+#define KXEPINFO_BENCH_SUPPORT_NOTIFICATION_H
 
 #include <string>
+
+namespace kxbench {
 
 class Notification {
   public:
@@ -23,4 +25,6 @@ class Notification {
     int socket_;
 };
 
-#endif  // KXEPINFO_BENCH_MEMORY_NOTIFICATION_H
+}  // namespace kxbench
+
+#endif  // KXEPINFO_BENCH_SUPPORT_NOTIFICATION_H
