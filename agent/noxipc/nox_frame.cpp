@@ -13,8 +13,9 @@ constexpr uint8_t kVersion = 1;
 
 enum Offset : std::size_t { kAtVersion = 4, kAtKind = 5, kAtType = 8, kAtId = 12, kAtLength = 16 };
 
-// The first piece of payload memory. Most payloads need no other.
-constexpr std::size_t kFirstCapacity = std::size_t{256} << 10U;
+// The first piece of payload memory. Most payloads need no other, and memory that nothing has been
+// written to costs next to nothing.
+constexpr std::size_t kFirstCapacity = std::size_t{1} << 20U;
 
 // A rest shorter than this comes faster together with what follows it.
 constexpr std::size_t kMinSpace = std::size_t{32} << 10U;

@@ -54,7 +54,7 @@ struct Frame {
 };
 
 // Turns bytes into frames as they come, in pieces of any size. Does no I/O. It allocates no more
-// than twice the bytes it has got plus 256 KiB, whatever length a header declares.
+// than twice the bytes it has got plus 1 MiB, whatever length a header declares.
 class FrameDecoder {
   public:
     enum class Result {

@@ -58,7 +58,7 @@ class Stream {
     int Open(Descriptor socket);
     int Accept(uv_stream_t* listening);
 
-    // Starts to read. Throws std::bad_alloc.
+    // Starts to read, and gets ready to write much at once. Returns 0 or an errno value.
     int StartReading();
 
     // The connection ends unless a frame is complete in time.
