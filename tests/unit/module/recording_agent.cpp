@@ -1,9 +1,8 @@
 #include "recording_agent.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <memory>
 #include <mutex>
 
 #include "fake_agent.h"
@@ -123,6 +122,37 @@ void UseRecordingBase(kxtest::AgentHooks& agent) {
     agent.kxe_ini_file_free = [](kxe_ini_file*) { Note("kxe_ini_file_free"); };
 }
 
+// The function of that name in the library behind the test program.
+template <class Function>
+Function* Real(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// Recorded, and done by the real library.
+void UseRecordingXmsg(kxtest::AgentHooks& agent) {
+    agent.xmsg_new = [](const char* name) {
+        Note(std::string("xmsg_new ") + name);
+        return Real<decltype(xmsg_new)>("xmsg_new")(name);
+    };
+    agent.xmsg_add = [](xmsg* msg, const char* key, uint16_t key_len, const char* value,
+                        uint32_t value_len) {
+        Note("xmsg_add " + std::string(key, key_len) + "=" + std::string(value, value_len));
+        return Real<decltype(xmsg_add)>("xmsg_add")(msg, key, key_len, value, value_len);
+    };
+    agent.xmsg_pack_size = [](const xmsg* msg) {
+        Note("xmsg_pack_size");
+        return Real<decltype(xmsg_pack_size)>("xmsg_pack_size")(msg);
+    };
+    agent.xmsg_pack = [](const xmsg* msg, char* buffer, uint32_t size) {
+        Note("xmsg_pack");
+        return Real<decltype(xmsg_pack)>("xmsg_pack")(msg, buffer, size);
+    };
+    agent.xmsg_release = [](xmsg* msg) {
+        Note("xmsg_release");
+        Real<decltype(xmsg_release)>("xmsg_release")(msg);
+    };
+}
+
 }  // namespace
 
 void Note(const std::string& event) {
@@ -154,6 +184,7 @@ Answers& UseRecordingAgent() {
     UseRecordingBus(kxtest::Agent());
     UseRecordingLoop(kxtest::Agent());
     UseRecordingBase(kxtest::Agent());
+    UseRecordingXmsg(kxtest::Agent());
     return answers;
 }
 

@@ -104,6 +104,11 @@ TEST_F(ModuleLife, CallsAndLogsInThisOrder) {
         "nox_addr_create agt_cfgc 0 0",
         "nox_ipc_on_request",
         "nox_ipc_msg_recv",
+        "xmsg_new global",
+        "xmsg_add module=global",
+        "xmsg_pack_size",
+        "xmsg_pack",
+        "xmsg_release",
         "nox_ipc_make_request agt_ei agt_cfgc type 1004",
     };
     const std::vector<std::string> served = {
