@@ -73,6 +73,19 @@ TEST_F(RuntimeLog, TheMessageIsEncodedAllTheSame) {
     EXPECT_EQ(EncodeBadName(), "\x08\x08\x2a\x0b\x0a\x09\x0a\x01t\x12\x01\xff\x1a\x01i");
 }
 
+TEST_F(RuntimeLog, AnAnswerThatIsNotUtf8IsRefusedAndLogged) {
+    const ProtobufLog log;
+    bf_kxepinfo::epinfo_msg_respone msg;
+    CaptureStderr();
+    EXPECT_FALSE(ParseRespMsgFromStr("\x1a\x01\xff", msg));
+    EXPECT_EQ(GetCapturedStderr(), "");
+    EXPECT_THAT(kxtest::LoggedLines(),
+                ElementsAre(LogLine{2, "kxepproto",
+                                    "String field contains invalid UTF-8 data when parsing a "
+                                    "protocol buffer. Use the 'bytes' "
+                                    "type if you intend to send raw bytes. "}));
+}
+
 TEST_F(RuntimeLog, OtherThreadsAreHeardByTheHandlerBefore) {
     google::protobuf::SetLogHandler(Listen);
     const ProtobufLog log;

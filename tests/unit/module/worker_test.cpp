@@ -1,6 +1,8 @@
 // The worker's entry, run on the test's own thread.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
+#include "epinfo.pb.h"
 #include "fake_agent.h"
 #include "module/timer.h"
 #include "worker_fixture.h"
@@ -8,8 +10,11 @@
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
 
 TEST_F(Worker, LogDirectoriesArePreparedFirst) {
+    (void)umask(022);
     EXPECT_EQ(Run(), 0);
     const std::string bin = (kxtest::InstallationRoot() / "bin").string();
     EXPECT_EQ(Journal().front(), "autolog_init " + bin + "/../var/log/agent/kxepinfo 5");
@@ -24,6 +29,27 @@ TEST_F(Worker, ALogDirectoryThatCannotBeMadeStopsNothing) {
     kxtest::Agent().autolog_init = [](const char*, int) { return 20; };
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(SentUploads().size(), 1U);
+}
+
+TEST_F(Worker, WhatTheProtobufRuntimeSaysGoesToTheLogWhileItRuns) {
+    const auto encode = [] {
+        bf_kxepinfo::epinfo_msg_usr login;
+        login.set_login_name("\xff");
+        EXPECT_EQ(login.SerializeAsString(), "\x12\x01\xff");
+    };
+    answers->sleep = encode;
+    CaptureStderr();
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(GetCapturedStderr(), "");
+    EXPECT_THAT(
+        Journal(),
+        Contains("2 kxepproto: String field 'bf_kxepinfo.epinfo_msg_usr.login_name' contains "
+                 "invalid UTF-8 data when serializing a protocol buffer. Use the 'bytes' type if "
+                 "you intend to send raw bytes. "));
+
+    CaptureStderr();
+    encode();
+    EXPECT_NE(GetCapturedStderr(), "");
 }
 
 TEST_F(Worker, NullFlagIsMinusOne) {
