@@ -33,9 +33,10 @@ Address AddressOf(const std::string& name) {
     return address;
 }
 
-Service::Service(std::string name, Handler handler)
+Service::Service(std::string name, Handler handler, unsigned late_ms)
     : m_name(std::move(name)),
       m_handler(std::move(handler)),
+      m_late_ms(late_ms),
       m_timer(MakeLoopHandle<uv_timer_t>(uv_timer_init)) {
     m_timer->data = this;
 }
@@ -114,7 +115,7 @@ void Service::keep_for_later(const Request& request, Reply reply) {
         return;
     }
     uv_update_time(m_timer->loop);
-    m_late.push_back({uv_now(m_timer->loop) + kLateMs, std::string(request.from), request.id,
+    m_late.push_back({uv_now(m_timer->loop) + m_late_ms, std::string(request.from), request.id,
                       reply.type, std::move(reply.data)});
     if (m_late.size() == 1) {
         arm_timer();

@@ -40,8 +40,8 @@ struct Request {
     std::string_view data;
 };
 
-// When an answer goes out. Late: kLateMs after the request, when the module has given it up after
-// its 5 s. Close: never, and the asker sees the conversation end.
+// When an answer goes out. Late: some time after the request, kLateMs unless told otherwise, when
+// the module has given it up after its 5 s. Close: never, and the asker sees the conversation end.
 enum class Delivery { kNow, kLate, kNever, kClose };
 inline constexpr unsigned kLateMs = 6000;
 
@@ -57,9 +57,12 @@ class Service {
   public:
     using Handler = std::function<Reply(const Request& request)>;
 
-    Service(std::string name, Handler handler);
+    Service(std::string name, Handler handler, unsigned late_ms = kLateMs);
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
+
+    // So many late answers wait at most; what comes beyond is not answered, after a complaint.
+    static constexpr std::size_t kMostLateReplies = 256;
 
     // Takes the name. False, after a complaint, when that cannot be done.
     bool open();
@@ -81,9 +84,6 @@ class Service {
         unsigned type;
         std::string data;
     };
-    // So many late answers wait at most; what comes beyond is not answered.
-    static constexpr std::size_t kMostLateReplies = 256;
-
     static void OnRequest(nox_ipc_st* ipc, const nox_addr_st* from, unsigned request_id,
                           unsigned type, const char* data, unsigned len, void* service);
     static void OnMessage(nox_ipc_st* ipc, const nox_addr_st* from, unsigned type, const char* data,
@@ -96,6 +96,7 @@ class Service {
 
     std::string m_name;
     Handler m_handler;
+    unsigned m_late_ms;
     Bus m_bus;
     bool m_close_wanted = false;
     std::deque<LateReply> m_late;  // in the order in which they are due
