@@ -43,14 +43,13 @@ bool Centre::read(Addresses& addresses) const {
 }
 
 kxapp::Reply Centre::handle(const kxapp::Request& request) {
-    const kxapp::Reply no_answer{kxapp::Delivery::kNever, 0, {}};
     const std::string from(request.from);
     if (const std::string wrong = FaultOfRequest(request.type, request.data); !wrong.empty()) {
         kxapp::Complain("request from %s %s is not understood", from.c_str(), wrong.c_str());
-        return no_answer;
+        return {kxapp::Delivery::kNever, 0, {}};
     }
     if (done()) {
-        return no_answer;
+        return {kxapp::Delivery::kNever, 0, {}};
     }
     ++m_received;
     const std::string_view fault = m_faults.take();

@@ -9,7 +9,7 @@
 namespace kxectl {
 
 // The largest message that the bus carries.
-inline constexpr std::size_t kMostInputBytes = 16U * 1024U * 1024U;
+inline constexpr std::size_t kMostInputBytes = std::size_t{16} * 1024 * 1024;
 
 // The content of a file, of standard input for "-". Nothing, after a complaint, when it cannot be
 // read or is larger than kMostInputBytes.

@@ -15,7 +15,7 @@ namespace kxemgr {
 
 // Longer uploads are refused: those of a machine with thousands of adapters are a fraction of it,
 // and decoding takes many times the memory.
-inline constexpr std::size_t kMostUploadBytes = 4U * 1024U * 1024U;
+inline constexpr std::size_t kMostUploadBytes = std::size_t{4} * 1024 * 1024;
 
 struct Upload {
     timespec received{};  // wall clock
