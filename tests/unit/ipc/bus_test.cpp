@@ -52,9 +52,9 @@ class Answerer {
         auto* const answerer = static_cast<Answerer*>(self);
         answerer->received.assign(data, len);
         ++answerer->count;
-        EXPECT_EQ(nox_ipc_response(ipc, from, id, answerer->answer_type, answerer->bytes.data(),
-                                   kxtest::Size(answerer->bytes)),
-                  0);
+        // Who asked may be gone by now; a test that waits for the answer sees whether it came.
+        (void)nox_ipc_response(ipc, from, id, answerer->answer_type, answerer->bytes.data(),
+                               kxtest::Size(answerer->bytes));
     }
 
     const unsigned answer_type;
