@@ -108,7 +108,7 @@ int Replacement::TakeRightsOf(const struct stat& old) {
     // rights that were meant for the old group must not go to another one.
     if (fchown(file_.Get(), old.st_uid, old.st_gid) != 0 &&
         fchown(file_.Get(), static_cast<uid_t>(-1), old.st_gid) != 0) {
-        mode = (mode & ~S_IRWXG) | ((mode & S_IRWXO) << 3U);
+        mode = (mode & ~mode_t{S_IRWXG}) | ((mode & S_IRWXO) << 3U);
     }
     return fchmod(file_.Get(), mode) == 0 ? 0 : errno;
 }

@@ -7,6 +7,8 @@
 namespace kxebase {
 namespace {
 
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+
 std::string Trimmed(std::string_view text) {
     return std::string(TrimBlanks(text));
 }
@@ -64,11 +66,13 @@ std::string IniDocument::Text() {
     removed_.clear();
     std::string text;
     // Writing into a string fails only by std::bad_alloc.
-    (void)ini_.Save(text, byte_order_mark_);
+    (void)ini_.Save(text);
     if (!end_comment_.empty()) {
         text += '\n' + end_comment_;
     }
-    return text;
+    // SimpleIni puts an empty line above a comment, also above the first.
+    text.erase(0, text.find_first_not_of('\n'));
+    return byte_order_mark_ ? kByteOrderMark + text : text;
 }
 
 }  // namespace kxebase

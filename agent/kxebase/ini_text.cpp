@@ -26,7 +26,7 @@ bool IsComment(std::string_view line) {
 
 bool IsEntry(std::string_view line) {
     const std::size_t equals = line.find('=');
-    return equals != std::string_view::npos && equals > 0;
+    return equals != std::string_view::npos && IsKeyName(TrimBlanks(line.substr(0, equals)));
 }
 
 class Reader {
@@ -36,7 +36,7 @@ class Reader {
             pending_ += '\n';
         } else if (line.starts_with('[')) {
             Section(line);
-        } else if (!IsComment(line) && IsEntry(line)) {
+        } else if (IsEntry(line)) {
             Entry(line);
         } else {
             Comment(line);
@@ -89,7 +89,7 @@ class Reader {
 
     std::string entries_;
     std::string pending_;  // comments and empty lines that nothing followed yet
-    std::set<std::string, std::less<>> sections_;
+    std::set<std::string, std::less<>> sections_{""};  // keys may stand above all sections
 };
 
 }  // namespace

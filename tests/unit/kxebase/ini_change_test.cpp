@@ -190,13 +190,17 @@ TEST_P(IniChange, CommentsSurviveChangesBelowThem) {
 }
 
 TEST_P(IniChange, AFileOfCommentsStaysOne) {
-    EXPECT_EQ(Saved(Document("; one\n\n# two")), "\n; one\n\n# two\n");
+    EXPECT_EQ(Saved(Document("; one\n\n# two")), "; one\n\n# two\n");
 }
 
 TEST_P(IniChange, CommentsOfRepeatedKeysAndSectionsSurvive) {
     EXPECT_EQ(
         Saved(Document("[a]\n; 1\nx=1\n; 2\nx=2\n[b]\ny=3\n; again\n[a]\nz=4\n; last\n[b]\n")),
         "[a]\n\n; 1\nx=1\n\n; 2\nx=2\n\n; again\nz=4\n\n\n[b]\ny=3\n\n; last\n");
+}
+
+TEST_P(IniChange, CommentsAboveTheEmptySectionSurvive) {
+    EXPECT_EQ(Saved(Document("x=1\n; again\n[]\ny=2\n")), "x=1\n\n; again\ny=2\n");
 }
 
 TEST_P(IniChange, LinesThatWerePassedOverSurviveAsComments) {
