@@ -28,9 +28,11 @@ extern "C" {
 int kxepinfo_init(void);
 
 /*
- * Stops the worker and waits for its end, at most for the rest of a running collection cycle (one
- * second of sampling) and one pass of its event loop. Always returns 0. To be called once for each
- * successful kxepinfo_init, and before the library is unloaded.
+ * Stops the worker and waits for its end: for the rest of a running collection cycle (one second of
+ * sampling), one pass of its event loop and the 100 ms pause behind it. An event-loop library that
+ * cannot be woken makes the pass last until its next event, at the latest the upload timer's.
+ * Always returns 0. To be called once for each successful kxepinfo_init, and before the library is
+ * unloaded.
  */
 int kxepinfo_uninit(void);
 

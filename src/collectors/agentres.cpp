@@ -47,6 +47,7 @@ void get_cpu_stat(uint64_t& utilised, uint64_t& total) {
 }
 
 void get_cpu_used(uint32_t& usage) {
+    usage = 0;
     CpuTimes first;
     CpuTimes second;
     get_cpu_stat(first.utilised, first.total);

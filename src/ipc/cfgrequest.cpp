@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "common/guard.h"
 #include "common/log.h"
 #include "ipc/cfgparser.h"
 #include "ipc/epinfoipc.h"
@@ -57,7 +58,12 @@ void IpcOnCfgcResponse(int status, unsigned type, const char* data, unsigned len
     if (type != kConfigurationRequest) {
         return;
     }
-    if (ctx == ContextOf(kCfgGlobal) && ParseCfgcGlobalIp(data, len)) {
+    bool written = false;
+    if (ctx == ContextOf(kCfgGlobal)) {
+        (void)GuardException("the configuration's answer",
+                             [&] { written = ParseCfgcGlobalIp(data, len); });
+    }
+    if (written) {
         EP_LOG(kLogInformation, "write multi ip success");
     } else {
         EP_LOG(kLogError, "parse global cfgc failed Type = %ld",

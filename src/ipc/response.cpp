@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "common/guard.h"
 #include "common/log.h"
 #include "common/state.h"
 #include "epinfo.pb.h"
@@ -107,9 +108,13 @@ void IpcOnResponse(int status, unsigned /*type*/, const char* data, unsigned len
         CountFailure();
         return;
     }
-    // The link stands, even when what came over it turns out to be unreadable.
-    g_strPreConnectIp = g_strCurConnectIp;
-    if (!IsAccepted(data, len)) {
+    bool accepted = false;
+    (void)GuardException("the manager's answer", [&] {
+        // The link stands, even when what came over it turns out to be unreadable.
+        g_strPreConnectIp = g_strCurConnectIp;
+        accepted = IsAccepted(data, len);
+    });
+    if (!accepted) {
         CountFailure();
         return;
     }

@@ -1,9 +1,11 @@
 #include "module/cycle.h"
 
+#include <cerrno>
 #include <memory>
 #include <string>
 
 #include "collectors/agentres.h"
+#include "common/guard.h"
 #include "common/log.h"
 #include "common/records.h"
 #include "ipc/epinfoipc.h"
@@ -71,9 +73,7 @@ bool MustExit(int* exit_flag) {
     return true;
 }
 
-}  // namespace
-
-int ProcessMain(CEpInfoIpc* ipc, int* exit_flag) {
+int RunCycle(CEpInfoIpc& ipc, int* exit_flag) {
     Cycle cycle;
     if (!CreateSerializer(cycle)) {
         return -1;
@@ -86,6 +86,14 @@ int ProcessMain(CEpInfoIpc* ipc, int* exit_flag) {
     if (MustExit(exit_flag)) {
         return cycle.status;
     }
-    Send(*ipc, cycle);
+    Send(ipc, cycle);
     return cycle.status;
+}
+
+}  // namespace
+
+int ProcessMain(CEpInfoIpc* ipc, int* exit_flag) {
+    int status = ENOMEM;
+    (void)GuardException("the collection cycle", [&] { status = RunCycle(*ipc, exit_flag); });
+    return status;
 }

@@ -14,7 +14,7 @@ class CEpInfoIpc;
 // it has; only without a serializer it ends at once. The answer comes later to IpcOnResponse.
 //
 // Returns what the last step that can fail reported: 0; -1 from the serializer; or the code of a
-// collector. A send that fails does not count.
+// collector. A send that fails does not count. 12 when the cycle ended early for want of memory.
 int ProcessMain(CEpInfoIpc* ipc, int* exit_flag);
 
 #endif  // KXEPINFO_MODULE_CYCLE_H

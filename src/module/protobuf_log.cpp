@@ -21,7 +21,9 @@ std::atomic<LogHandler*> handler_before{nullptr};
 void Handle(google::protobuf::LogLevel level, const char* file, int line,
             const std::string& message) {
     if (is_worker) {
-        EP_LOG(kLogError, "%s", message.c_str());
+        // Behind a fatal message the runtime throws or aborts.
+        const bool fatal = level == google::protobuf::LOGLEVEL_FATAL;
+        EP_LOG(fatal ? kLogCritical : kLogError, "%s", message.c_str());
         return;
     }
     if (LogHandler* const before = handler_before) {

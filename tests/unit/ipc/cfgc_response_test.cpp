@@ -1,5 +1,6 @@
 // The handler of the configuration centre's answer, apart from what the answer says.
 #include <cerrno>
+#include <new>
 #include <string>
 
 #include "ipc/cfgrequest.h"
@@ -74,5 +75,16 @@ TEST_F(ConfigurationAnswer, ThatCannotBeReadIsLoggedAtEveryStep) {
     EXPECT_THAT(LoggedLines(),
                 ElementsAre(LogLine{2, "cfgparser", "xmsg_unpack pXmsgData failed"},
                             LogLine{2, "cfgparser", "get ip from cfgc failed"},
+                            LogLine{2, "kxepinfo", "parse global cfgc failed Type = 2"}));
+}
+
+TEST_F(ConfigurationAnswer, WantOfMemoryWhileReadingIsAFailedAnswer) {
+    kxtest::Agent().dirutils_path_transform = [](const char*, char*, size_t) {
+        throw std::bad_alloc();
+    };
+    Receive(1004, 2, answer);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(LogLine{1, "kxepinfo",
+                                    "the configuration's answer ended early: std::bad_alloc"},
                             LogLine{2, "kxepinfo", "parse global cfgc failed Type = 2"}));
 }

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# The module exports exactly six symbols, and none that would keep it from being unloaded.
+# The module exports exactly six symbols, and none that would keep it from being unloaded; inside it
+# has every message of the schema, used or not.
 #
-#   exports_test.sh NM LIBRARY
+#   exports_test.sh NM LIBRARY SCHEMA_FILE...
 set -euo pipefail
 readonly nm=$1 library=$2
+shift 2
 
 readonly expected="Attempt_Times
 g_preOnlineState
@@ -21,3 +23,16 @@ if "$nm" "$library" | grep ' u '; then
     echo "a GNU-unique symbol keeps a library loaded for ever" >&2
     exit 1
 fi
+
+inside=$("$nm" -C "$library")
+for schema in "$@"; do
+    package=$(sed -n 's/^package \([a-z_]*\);$/\1/p' "$schema")
+    messages=$(sed -n 's/^message \([a-z_]*\) {$/\1/p' "$schema")
+    [[ -n $package && -n $messages ]]
+    for message in $messages; do
+        if [[ $inside != *"vtable for $package::$message"$'\n'* ]]; then
+            echo "the library lacks the message $package.$message" >&2
+            exit 1
+        fi
+    done
+done

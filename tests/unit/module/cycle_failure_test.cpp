@@ -1,7 +1,9 @@
 // A cycle whose steps fail. The steps are replaced by the linker's --wrap.
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <functional>
+#include <new>
 
 #include "collectors/agentres.h"
 #include "installation.h"
@@ -154,4 +156,13 @@ TEST_F(FailingCycle, AnUninstallationDuringSerialisationPreventsTheSend) {
     EXPECT_THAT(Journal(), ElementsAre("create 1", "sample", "add 2", "serialise",
                                        "2 kxepinfo: Failed to do message serialization",
                                        "3 kxepinfo: exit event occured, exit now...\\n"));
+}
+
+TEST_F(FailingCycle, WantOfMemoryEndsTheCycleAndNothingElse) {
+    behaviour.while_serialising = [] { throw std::bad_alloc(); };
+    EXPECT_EQ(Run(), ENOMEM);
+    EXPECT_THAT(Journal(),
+                ElementsAre("create 1", "sample", "add 2", "serialise",
+                            "1 kxepinfo: the collection cycle ended early: std::bad_alloc"));
+    EXPECT_THAT(SentUploads(), IsEmpty());
 }
