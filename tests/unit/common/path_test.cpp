@@ -1,22 +1,31 @@
 #include "common/path.h"
 
 #include <dlfcn.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "installation.h"
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 
 namespace {
 
 std::atomic<bool> hide_executable{false};
+
+// While it is set, nothing exists and this answers mkdir: 0 or an errno, of the call counted from
+// 0.
+std::function<int(std::size_t call)> answer_mkdir;
+std::vector<std::string> asked_to_make;
 
 std::string Expand(const char* in) {
     char out[kPathSize] = {};
@@ -39,6 +48,28 @@ extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) {
     static const auto next =
         reinterpret_cast<ssize_t (*)(const char*, char*, size_t)>(dlsym(RTLD_NEXT, "readlink"));
     return next(path, buffer, size);
+}
+
+// In front of the C library's, for what a real file system answers only in a race.
+extern "C" int mkdir(const char* path, mode_t mode) {
+    if (answer_mkdir) {
+        asked_to_make.emplace_back(path);
+        errno = answer_mkdir(asked_to_make.size() - 1);
+        return errno == 0 ? 0 : -1;
+    }
+    static const auto next =
+        reinterpret_cast<int (*)(const char*, mode_t)>(dlsym(RTLD_NEXT, "mkdir"));
+    return next(path, mode);
+}
+
+extern "C" int access(const char* path, int how) {
+    if (answer_mkdir) {
+        errno = ENOENT;
+        return -1;
+    }
+    static const auto next =
+        reinterpret_cast<int (*)(const char*, int)>(dlsym(RTLD_NEXT, "access"));
+    return next(path, how);
 }
 
 TEST(PathTransform, LoneAtIsTheDirectoryOfTheExecutable) {
@@ -110,8 +141,83 @@ TEST_F(Mkdir, FailsWhenAParentCannotBeCreated) {
     EXPECT_EQ(epdirutils_mkdir("/proc/none/a/b", 0755), -1);
 }
 
-TEST_F(Mkdir, WalksAtMostTheBufferOfALongPath) {
+TEST_F(Mkdir, FailsWhenTheNameIsTooLongForTheFileSystem) {
     const std::string path = kxtest::InstallationRoot().string() + "/" + std::string(5000, 'x');
     EXPECT_EQ(epdirutils_mkdir(path.c_str(), 0755), -1);
     EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+namespace {
+
+// The calls of mkdir are answered with these in turn.
+class MkdirAnswered : public ::testing::Test {
+  protected:
+    void TearDown() override {
+        answer_mkdir = nullptr;
+        asked_to_make.clear();
+    }
+
+    static void Answer(const std::vector<int>& errors) {
+        answer_mkdir = [errors](std::size_t call) {
+            EXPECT_LT(call, errors.size()) << "one mkdir too many";
+            return call < errors.size() ? errors[call] : EIO;
+        };
+    }
+};
+
+}  // namespace
+
+TEST_F(MkdirAnswered, SomebodyElsesDirectoryIsAsGood) {
+    Answer({EEXIST});
+    EXPECT_EQ(epdirutils_mkdir("/a/b", 0755), 0);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b"));
+}
+
+TEST_F(MkdirAnswered, AnythingButAMissingParentEndsItAtOnce) {
+    Answer({EACCES});
+    EXPECT_EQ(epdirutils_mkdir("/a/b", 0755), -1);
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b"));
+}
+
+TEST_F(MkdirAnswered, MissingParentsAreMadeFromTheTopDown) {
+    Answer({ENOENT, 0, 0, 0});
+    EXPECT_EQ(epdirutils_mkdir("/a/b/c", 0755), 0);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b/c", "/a", "/a/b", "/a/b/c"));
+}
+
+TEST_F(MkdirAnswered, AParentSomebodyElseMadeDoesNotStopIt) {
+    Answer({ENOENT, EEXIST, 0, 0});
+    EXPECT_EQ(epdirutils_mkdir("/a/b/c", 0755), 0);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b/c", "/a", "/a/b", "/a/b/c"));
+}
+
+TEST_F(MkdirAnswered, AParentThatCannotBeMadeEndsIt) {
+    Answer({ENOENT, 0, ENOSPC});
+    EXPECT_EQ(epdirutils_mkdir("/a/b/c", 0755), -1);
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b/c", "/a", "/a/b"));
+}
+
+TEST_F(MkdirAnswered, SomebodyElsesDirectoryIsAsGoodAfterTheParentsToo) {
+    Answer({ENOENT, 0, EEXIST});
+    EXPECT_EQ(epdirutils_mkdir("/a/b", 0755), 0);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b", "/a", "/a/b"));
+}
+
+TEST_F(MkdirAnswered, FailsWhenTheDirectoryCannotBeMadeAfterItsParents) {
+    Answer({ENOENT, 0, EROFS});
+    EXPECT_EQ(epdirutils_mkdir("/a/b", 0755), -1);
+    EXPECT_EQ(errno, EROFS);
+    EXPECT_THAT(asked_to_make, ElementsAre("/a/b", "/a", "/a/b"));
+}
+
+TEST_F(MkdirAnswered, WalksAtMost4095CharactersOfALongPath) {
+    // Separators are the first character, the last one looked at, and the one behind it.
+    const std::string parent = "/" + std::string(4093, 'x');
+    const std::string path = parent + "//y/z";
+    Answer({ENOENT, 0, ENAMETOOLONG});
+    EXPECT_EQ(epdirutils_mkdir(path.c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    EXPECT_THAT(asked_to_make, ElementsAre(path, parent, path));
 }
