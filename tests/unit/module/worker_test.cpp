@@ -13,15 +13,35 @@ using ::testing::Not;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 
+namespace {
+
+std::filesystem::path LogConfiguration() {
+    return kxtest::InstallationRoot() / "config/log/agent/kxepinfo/agent";
+}
+
+}  // namespace
+
 TEST_F(Worker, LogDirectoriesArePreparedFirst) {
     (void)umask(022);
+    const auto record = kxtest::Agent().autolog_init;
+    kxtest::Agent().autolog_init = [&](const char* directory, int files) {
+        const auto status = std::filesystem::status(LogConfiguration());
+        EXPECT_EQ(status.type(), std::filesystem::file_type::directory);
+        EXPECT_EQ(status.permissions(), static_cast<std::filesystem::perms>(0755));
+        return record(directory, files);
+    };
     EXPECT_EQ(Run(), 0);
     const std::string bin = (kxtest::InstallationRoot() / "bin").string();
     EXPECT_EQ(Journal().front(), "autolog_init " + bin + "/../var/log/agent/kxepinfo 5");
-    const auto config = kxtest::InstallationRoot() / "config/log/agent/kxepinfo/agent";
-    ASSERT_TRUE(std::filesystem::is_directory(config));
-    EXPECT_EQ(std::filesystem::status(config).permissions(),
-              static_cast<std::filesystem::perms>(0755));
+}
+
+TEST_F(Worker, AnExistingLogConfigurationIsLeftAlone) {
+    const auto file = kxtest::WriteFile("config/log/agent/kxepinfo/agent/level", "4");
+    std::filesystem::permissions(LogConfiguration(), std::filesystem::perms::owner_all);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(std::filesystem::status(LogConfiguration()).permissions(),
+              std::filesystem::perms::owner_all);
+    EXPECT_EQ(kxtest::ReadFile(file), "4");
 }
 
 TEST_F(Worker, ALogDirectoryThatCannotBeMadeStopsNothing) {
@@ -125,6 +145,14 @@ TEST_F(Worker, AStopDuringTheFirstCycleSkipsTheLoop) {
                     "kxe_ini_file_get flushgap value", "kxe_ini_file_free",
                     "3 kxepinfo: upload gap is 5\\n", "cl_timerplus_start 0 5000", kUnitializing,
                     "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
+
+TEST_F(Worker, AnyNumberButZeroSkipsTheLoop) {
+    answers->sleep = [this] { exit_flag = 2; };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(JournalFrom("cl_timerplus_start 0 5000"),
+                ElementsAre("cl_timerplus_start 0 5000", kUnitializing, "nox_ipc_destroy agt_ei",
+                            "nox_addr_destroy mgr_ei", kUnitializing, kExit));
 }
 
 TEST_F(Worker, ATimerThatCannotBeArmedEndsIt) {
