@@ -61,6 +61,7 @@ TEST_F(EntryPoints, InitReturnsTheCodeOfAFailedCreation) {
         return 11;
     };
     EXPECT_EQ(kxepinfo_init(), 11);
+    EXPECT_EQ(s_workThread, 0U);
     EXPECT_THAT(kxtest::LoggedLines(),
                 ElementsAre(Information("kxepinfo init\n"),
                             LogLine{2, "libkxepinfo", "create thread return error, return 11"}));

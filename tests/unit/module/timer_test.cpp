@@ -94,3 +94,10 @@ TEST_F(TimerCallback, AStopDuringTheCycleIsLogged) {
                 ElementsAre(kStepped,
                             LogLine{3, "kxepinfo", "user called exit routine, exiting now...\n"}));
 }
+
+TEST_F(TimerCallback, OnlyOneIsAStop) {
+    exit_flag = 2;
+    ProcessMainCb(&timer);
+    EXPECT_THAT(cycles, ElementsAre(Call{arg.ipc, &exit_flag}));
+    EXPECT_THAT(kxtest::LoggedLines(), ElementsAre(kStepped));
+}

@@ -28,3 +28,21 @@ TEST_F(Worker, AFailedFirstCycleWithAStopEndsIt) {
                             kUnitializing, "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei",
                             kUnitializing, kExit));
 }
+
+TEST_F(Worker, AFailedFirstCycleWithAnotherFlagThanOneIsAFailureAndTheLoopIsSkipped) {
+    answers->host_id = 0;
+    int asked = 0;
+    // As above, with a number that ends a cycle but is not the stop's.
+    answers->get_host_id = [&] { exit_flag = ++asked == 2 ? 2 : 0; };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_THAT(
+        JournalFrom(kInterrupted),
+        ElementsAre(kInterrupted,
+                    "2 kxepinfo: failed to excute kxepinfo module main process with error code: "
+                    "-1\\n",
+                    "kxe_ini_file_load " + (kxtest::InstallationRoot() / "bin").string() +
+                        "/../config/kxepinfocfg.ini",
+                    "kxe_ini_file_get flushgap value", "kxe_ini_file_free",
+                    "3 kxepinfo: upload gap is 5\\n", "cl_timerplus_start 0 5000", kUnitializing,
+                    "nox_ipc_destroy agt_ei", "nox_addr_destroy mgr_ei", kUnitializing, kExit));
+}
