@@ -108,6 +108,17 @@ TEST_F(Sampler, ShrinkingBusyTimeIsWarnedOf) {
                             Debug("cpu_used: 0")));
 }
 
+TEST_F(Sampler, ShrinkingTotalIsWarnedOf) {
+    Proc().stat = {"cpu 1 0 0 9\n", "cpu 2 0 0 7\n"};
+    uint32_t usage = 7;
+    get_cpu_used(usage);
+    EXPECT_EQ(usage, 0U);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(Error("Numerical verification utilized1: 1, total1: 10, utilized2: 2, "
+                                  "total2: 9"),
+                            Debug("cpu_used: 0")));
+}
+
 TEST_F(Sampler, SecondSampleThatCannotBeReadIsWarnedOf) {
     Proc().stat = {"cpu 5 0 0 5\n"};
     uint32_t usage = 7;
@@ -195,6 +206,21 @@ TEST_F(Sampler, MoreAvailableThanThereIsIsWarnedOf) {
                 ElementsAre(Debug("total = 10"), Debug("free = 1"), Debug("available = 11"),
                             Error("Numerical verification MemTotal: 10, MemFree: 1, MemAvailable: "
                                   "11, Buffers: 0, Cached: 0"),
+                            Debug("mem_usaged: 0"), Debug("mem_total: 0")));
+}
+
+TEST_F(Sampler, MoreFreeBuffersAndCacheThanThereIsIsWarnedOf) {
+    Proc().meminfo = {"MemTotal: 100 kB\nMemFree: 60 kB\nBuffers: 30 kB\nCached: 20 kB\n"};
+    uint32_t used = 7;
+    uint32_t total = 7;
+    get_mem_used(used, total);
+    EXPECT_EQ(used, 0U);
+    EXPECT_EQ(total, 0U);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(Debug("total = 100"), Debug("free = 60"), Debug("buffers = 30"),
+                            Debug("Cached = 20"),
+                            Error("Numerical verification MemTotal: 100, MemFree: 60, "
+                                  "MemAvailable: 0, Buffers: 30, Cached: 20"),
                             Debug("mem_usaged: 0"), Debug("mem_total: 0")));
 }
 
