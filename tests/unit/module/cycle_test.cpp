@@ -1,8 +1,11 @@
 #include "module/cycle.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <memory>
+#include <string_view>
 
 #include "epinfo.pb.h"
 #include "installation.h"
@@ -15,6 +18,8 @@ using ::testing::IsEmpty;
 
 namespace {
 
+int looks_for_uninstallation = 0;
+
 class CollectionCycle : public kxtest::InstallationTest {
   protected:
     void SetUp() override {
@@ -23,6 +28,7 @@ class CollectionCycle : public kxtest::InstallationTest {
         ipc = std::make_unique<CEpInfoIpc>();
         ASSERT_EQ(ipc->IpcInit(), 0);
         ClearJournal();
+        looks_for_uninstallation = 0;
     }
 
     // Requests a stop while processor load is sampled.
@@ -53,6 +59,16 @@ std::vector<std::string> Sampled(std::initializer_list<std::string> rest) {
 }
 
 }  // namespace
+
+// In front of the C library's, to count.
+extern "C" int access(const char* path, int how) {
+    if (std::string_view(path).ends_with("/uninstalling")) {
+        ++looks_for_uninstallation;
+    }
+    static const auto next =
+        reinterpret_cast<int (*)(const char*, int)>(dlsym(RTLD_NEXT, "access"));
+    return next(path, how);
+}
 
 TEST_F(CollectionCycle, UploadsResourceUsage) {
     EXPECT_EQ(ProcessMain(ipc.get(), &exit_flag), 0);
@@ -92,9 +108,17 @@ TEST_F(CollectionCycle, AStopDuringSamplingEndsItWithoutASend) {
     EXPECT_THAT(SentUploads(), IsEmpty());
 }
 
+TEST_F(CollectionCycle, OnceAStopIsRequestedNoUninstallationIsLookedFor) {
+    kxtest::WriteFile("bin/uninstalling", "");
+    StopWhileSampling();
+    EXPECT_EQ(ProcessMain(ipc.get(), &exit_flag), 0);
+    EXPECT_EQ(looks_for_uninstallation, 0);
+}
+
 TEST_F(CollectionCycle, AnUninstallationEndsItWithoutASend) {
     kxtest::WriteFile("bin/uninstalling", "");
     EXPECT_EQ(ProcessMain(ipc.get(), &exit_flag), 0);
+    EXPECT_EQ(looks_for_uninstallation, 1);
     EXPECT_EQ(Journal(), Sampled({kExit}));
     EXPECT_THAT(SentUploads(), IsEmpty());
 }
