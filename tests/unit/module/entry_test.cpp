@@ -11,6 +11,9 @@ using kxtest::Agent;
 using kxtest::LogLine;
 using ::testing::ElementsAre;
 
+// header_c11.c
+extern "C" int HeaderWorksInC(void);
+
 namespace {
 
 LogLine Information(const char* text) {
@@ -96,6 +99,10 @@ TEST_F(EntryPoints, TheModuleStartsAgainAfterAStop) {
         EXPECT_EQ(kxepinfo_init(), 0);
         EXPECT_EQ(kxepinfo_uninit(), 0);
     }
+}
+
+TEST_F(EntryPoints, AHostInCStartsAndStopsTheModule) {
+    EXPECT_EQ(HeaderWorksInC(), 1);
 }
 
 TEST_F(EntryPoints, UninitWithoutAWorkerWaitsForNobody) {
