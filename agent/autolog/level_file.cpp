@@ -4,12 +4,15 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdint>
 #include <ctime>
+#include <memory>
+#include <new>
 
 namespace autolog {
 namespace {
 
-constexpr off_t kMostRead = off_t{64} << 10;
+constexpr std::size_t kMostRead = std::size_t{64} << 10;
 
 std::string_view Trim(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r\n";
@@ -43,11 +46,13 @@ int ReadLevel(const char* path) {
     }
     int level = kDefaultLevel;
     struct stat status = {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kMostRead) {
-        char text[kMostRead];
-        const ssize_t length = read(file, text, sizeof text);
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
+        static_cast<std::uint64_t>(status.st_size) <= kMostRead) {
+        // Not on the stack: threads that log may have a small one.
+        const std::unique_ptr<char[]> text(new (std::nothrow) char[kMostRead]);
+        const ssize_t length = text == nullptr ? -1 : read(file, text.get(), kMostRead);
         if (length > 0) {
-            level = LevelIn({text, static_cast<std::size_t>(length)});
+            level = LevelIn({text.get(), static_cast<std::size_t>(length)});
         }
     }
     (void)close(file);  // only read from
