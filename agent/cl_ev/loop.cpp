@@ -13,6 +13,9 @@ namespace {
 // Rounds after the first in which RunOnce runs what has become due meanwhile.
 constexpr int kDrainRounds = 16;
 
+// And for how long, in milliseconds: a flood must not keep the caller from its other business.
+constexpr uint64_t kDrainTime = 50;
+
 // Rounds of closing whatever is open, before a loop counts as one that cannot be closed. One is
 // enough unless a close callback opens a handle.
 constexpr int kCloseRounds = 16;
@@ -147,8 +150,10 @@ void Loop::OnBeforeWait(uv_prepare_t* handle) {
 }
 
 void Loop::Drain() {
+    const uint64_t begin = uv_now(uv());
     for (int round = 0; round < kDrainRounds && uv_loop_alive(uv()) != 0; ++round) {
-        if (!SomethingIsDue() && !HasEvent(uv())) {
+        const bool due = SomethingIsDue();
+        if ((!due && !HasEvent(uv())) || uv_now(uv()) - begin > kDrainTime) {
             return;
         }
         (void)uv_run(uv(), UV_RUN_NOWAIT);

@@ -1,9 +1,9 @@
 #include "host_id.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -16,11 +16,14 @@
 #include "descriptor.h"
 #include "kxe_base.h"
 #include "log.h"
+#include "name_lock.h"
 #include "nox_id.h"
 
 namespace noxipc {
 namespace {
 
+constexpr int kLockAttempts = 200;
+constexpr useconds_t kLockPause = 10000;  // microseconds
 constexpr char kFile[] = "agent_id";
 constexpr char kNewFile[] = "agent_id.new";
 constexpr char kDrawAgain[] = "recalculate_agentid";
@@ -55,14 +58,27 @@ std::optional<uint32_t> ValidId(int directory) {
     return id;
 }
 
+// 0 when the kernel gives no random numbers.
 uint32_t Draw() {
     uint32_t id = 0;
     while (id == 0) {
-        if (getrandom(&id, sizeof id, 0) != sizeof id) {
-            id = 0;
+        if (getrandom(&id, sizeof id, 0) != sizeof id && errno != EINTR) {
+            return 0;
         }
     }
     return id;
+}
+
+// Held by who draws, and for moments; a holder that hangs must not hold up the agent. The lock file
+// is open to its owner alone, so no stranger can take it.
+NameLock TakeLock(int directory, int* error) {
+    for (int attempt = 1;; ++attempt) {
+        NameLock lock = NameLock::Take(directory, kFile, error);
+        if (*error != EADDRINUSE || attempt == kLockAttempts) {
+            return lock;
+        }
+        (void)usleep(kLockPause);
+    }
 }
 
 // So that the wish for a new id is fulfilled also when its file carries a time in the future.
@@ -103,7 +119,7 @@ uint32_t DrawLocked(int directory) {
         return *id;
     }
     const uint32_t id = Draw();
-    const int error = Write(directory, id);
+    const int error = id == 0 ? errno : Write(directory, id);
     if (error != 0) {
         NOX_LOG(kLogError, "the agent's id cannot be written: %s", std::strerror(error));
         return 0;
@@ -143,12 +159,12 @@ uint32_t ReadOrDrawHostId(const std::string& directory) {
     if (const auto id = ValidId(opened.get())) {
         return *id;
     }
-    // Taken by nobody but who draws, and for moments. It ends with the descriptor.
-    while (flock(opened.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            NOX_LOG(kLogError, "%s cannot be locked: %s", directory.c_str(), std::strerror(errno));
-            return 0;
-        }
+    int error = 0;
+    const NameLock lock = TakeLock(opened.get(), &error);
+    if (error != 0) {
+        NOX_LOG(kLogError, "%s cannot be locked to draw an id: %s", directory.c_str(),
+                std::strerror(error));
+        return 0;
     }
     return DrawLocked(opened.get());
 }

@@ -117,6 +117,8 @@ int nox_ipc_st::Send(const std::string& peer, const Outgoing& frame, Outbound** 
         if (error == 0 || error == ENOBUFS || error == ENOMEM) {
             return error;
         }
+        // Nothing more can be sent by it; what the peer has sent before is still read.
+        current_.erase(peer);
     }
     return ECONNRESET;
 }

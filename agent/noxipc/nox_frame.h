@@ -8,8 +8,9 @@
 //        5     1  kind: 1 hello, 2 request, 3 response, 4 message
 //        6     2  0
 //        8     4  type: what the payload is, the sender's business; 0 in a hello
-//       12     4  id: of a request, chosen by who makes it; in a response the request's; otherwise
-//       0 16     4  payload length in bytes, at most 16 MiB 20     4  0
+//       12     4  id: of a request, chosen by who makes it; in a response the request's; else 0
+//       16     4  payload length in bytes, at most 16 MiB
+//       20     4  0
 //
 // Who connects sends a hello first, with its own name (1 to 64 bytes) as the payload, then requests
 // and messages. Who listens sends nothing but responses. Anything else is malformed, and after a

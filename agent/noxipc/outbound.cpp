@@ -19,6 +19,7 @@ int Status(int error) {
         case EMFILE:
         case ENFILE:
         case ENOBUFS:
+        case EAGAIN:  // the peer is there, and more are waiting for it than it takes
             return ENOBUFS;
         case ENOMEM:
             return ENOMEM;
