@@ -4,9 +4,9 @@
 #define KXEPINFO_MODULE_PROTOBUF_LOG_H
 
 // While it lives, the thread that made it logs the runtime's messages at level 2, fatal ones at
-// level 1, under the tag kxepproto. The runtime has one handler for the whole process, which may belong to the host: other
-// threads' messages go to the handler found before, and it is put back at the end. One at a time;
-// to be destroyed on the thread that made it.
+// level 1, under the tag kxepproto. The runtime has one handler for the whole process, which may
+// belong to the host: other threads' messages go to the handler found before, and it is put back at
+// the end. One at a time; to be destroyed on the thread that made it.
 class ProtobufLog {
   public:
     ProtobufLog();
