@@ -1,7 +1,6 @@
 #include "ipc/cfgrequest.h"
 
-#include <cstdlib>
-#include <memory>
+#include <cstdint>
 #include <string>
 
 #include "ipc/cfgparser.h"
