@@ -10,6 +10,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "common/frame.h"
 #include "common/text.h"
 
 namespace kxapp {
@@ -68,7 +69,9 @@ void RepairValue(pb::Message& twin, const pb::FieldDescriptor& field, int index,
     if (IsUtf8(value)) {
         return;
     }
-    not_utf8.push_back(path);
+    if (not_utf8.size() < kMostRepairedPaths) {
+        not_utf8.push_back(path);
+    }
     std::string repaired = RepairUtf8(value);
     if (index < 0) {
         access.SetString(&twin, &field, std::move(repaired));
@@ -163,6 +166,17 @@ Json MessageToJson(const pb::Message& message) {
         throw std::runtime_error("a message cannot be written as JSON");
     }
     return json;
+}
+
+Json FrameToJson(std::size_t length) {
+    const auto number = [](std::size_t value) {
+        return Json(json_integer(static_cast<json_int_t>(value)));
+    };
+    Json frame(json_object());
+    SetMember(frame.get(), "length", number(length));
+    SetMember(frame.get(), "payload_type", number(kPayloadProtobuf));
+    SetMember(frame.get(), "payload_length", number(length - kFrameHeaderSize));
+    return frame;
 }
 
 }  // namespace kxapp

@@ -13,10 +13,13 @@
 
 namespace kxapp {
 
+inline constexpr std::size_t kMostRepairedPaths = 100;
+
 // Decodes a whole message. The wire form promises UTF-8 in every string, and the runtime refuses a
 // message that breaks the promise; but a login name is whatever bytes the machine has, so here such
 // a string is repaired instead (RepairUtf8 of text.h), and its path, such as
-// "login_info.usr_info[0].login_name", appended to `not_utf8`. Zero bytes are kept.
+// "login_info.usr_info[0].login_name", appended to `not_utf8`; only the first kMostRepairedPaths
+// are. Zero bytes are kept.
 // False when the bytes are no such message; `message` and `not_utf8` then hold nothing of use.
 bool Decode(std::string_view bytes, google::protobuf::Message& message,
             std::vector<std::string>& not_utf8);
@@ -30,6 +33,10 @@ bool HasUnknownFields(const google::protobuf::Message& message);
 // change from one upload to the next; sections that are absent stay absent. 64-bit numbers are
 // strings.
 Json MessageToJson(const google::protobuf::Message& message);
+
+// What there is to say about the frame of `length` bytes around a message: length, payload_type,
+// payload_length.
+Json FrameToJson(std::size_t length);
 
 }  // namespace kxapp
 

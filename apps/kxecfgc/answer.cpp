@@ -1,25 +1,21 @@
 #include "kxecfgc/answer.h"
 
-#include <sys/random.h>
-
-#include <stdexcept>
-
 #include "common/keyvalue.h"
+#include "common/misbehave.h"
 
 namespace kxecfgc {
 
 namespace {
 
 constexpr char kSectionName[] = "global";
-constexpr std::size_t kGarbageSize = 64;
 constexpr unsigned kOtherType = 1005;
 
 constexpr kxapp::FaultKind kFaultKinds[] = {
-    {"silent", "does not answer"},
-    {"slow", "answers after 6 s, when the module has given up after 5 s"},
-    {"close", "ends the conversation instead of answering"},
+    kxapp::kSilent,
+    kxapp::kSlow,
+    kxapp::kClose,
     {"empty", "answers without any data"},
-    {"garbage", "answers with 64 random bytes"},
+    kxapp::kGarbage,
     {"cut", "answers with the first half of the message"},
     {"type1005", "answers with type 1005 instead of 1004"},
     {"no-count", "leaves the key \"count\" out"},
@@ -32,15 +28,6 @@ constexpr kxapp::FaultKind kFaultKinds[] = {
     {"text-count", "says that there are \"many\" addresses, which reads as 0"},
     {"huge-count", "says that there are 4611686018427387904 addresses"},
 };
-
-std::string RandomBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    // The kernel gives up to 256 bytes whole.
-    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-        throw std::runtime_error("no random bytes");
-    }
-    return bytes;
-}
 
 std::string CountUnder(std::string_view fault, std::size_t count) {
     if (fault == "zero-count") {
@@ -85,21 +72,11 @@ std::string SpoiltMessage(std::string_view fault, const Addresses& addresses) {
     if (fault == "empty") {
         return {};
     }
-    if (fault == "garbage") {
-        return RandomBytes(kGarbageSize);
+    if (fault == kxapp::kGarbage.name) {
+        return kxapp::Garbage();
     }
     std::string message = Message(fault, addresses);
     return fault == "cut" ? message.substr(0, message.size() / 2) : message;
-}
-
-kxapp::Delivery DeliveryUnder(std::string_view fault) {
-    if (fault == "silent") {
-        return kxapp::Delivery::kNever;
-    }
-    if (fault == "slow") {
-        return kxapp::Delivery::kLate;
-    }
-    return fault == "close" ? kxapp::Delivery::kClose : kxapp::Delivery::kNow;
 }
 
 }  // namespace
@@ -123,7 +100,7 @@ std::string FaultOfRequest(unsigned type, std::string_view data) {
 }
 
 kxapp::Reply MakeAnswer(std::string_view fault, const Addresses& addresses) {
-    return {DeliveryUnder(fault), fault == "type1005" ? kOtherType : kRequestType,
+    return {kxapp::DeliveryUnder(fault), fault == "type1005" ? kOtherType : kRequestType,
             SpoiltMessage(fault, addresses)};
 }
 

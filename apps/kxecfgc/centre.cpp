@@ -27,7 +27,7 @@ bool Centre::reload() {
         return false;
     }
     m_addresses = std::move(addresses);
-    tell("address file changed: " + std::to_string(m_addresses.size()) + " addresses");
+    tell("address file changed, addresses: " + std::to_string(m_addresses.size()));
     return true;
 }
 
@@ -53,7 +53,7 @@ kxapp::Reply Centre::handle(const kxapp::Request& request) {
     }
     ++m_received;
     const std::string_view fault = m_faults.take();
-    tell("request from " + from + ": " + std::to_string(m_addresses.size()) + " addresses" +
+    tell("request from " + from + ", addresses: " + std::to_string(m_addresses.size()) +
          (fault.empty() ? "" : ", fault " + std::string(fault)));
     return MakeAnswer(fault, m_addresses);
 }

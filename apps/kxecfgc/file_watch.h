@@ -14,7 +14,8 @@ namespace kxecfgc {
 // watch on the file would stay with the old file when a new one takes its place.
 class FileWatch {
   public:
-    // The directory must be there; throws std::runtime_error when it cannot be watched.
+    // The directory must be there; throws std::runtime_error when it cannot be watched. `on_change`
+    // must not throw.
     FileWatch(const std::string& path, std::function<void()> on_change);
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;

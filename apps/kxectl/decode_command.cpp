@@ -69,17 +69,6 @@ Decoded DecodeAs(MessageType type, std::string_view payload) {
     return Detect(payload);
 }
 
-Json FrameFacts(std::size_t length) {
-    const auto number = [](std::size_t value) {
-        return Json(json_integer(static_cast<json_int_t>(value)));
-    };
-    Json frame(json_object());
-    SetMember(frame.get(), "length", number(length));
-    SetMember(frame.get(), "payload_type", number(kxapp::kPayloadProtobuf));
-    SetMember(frame.get(), "payload_length", number(length - kxapp::kFrameHeaderSize));
-    return frame;
-}
-
 }  // namespace
 
 std::optional<std::string> DecodeToJson(std::string_view bytes, MessageType type,
@@ -97,7 +86,7 @@ std::optional<std::string> DecodeToJson(std::string_view bytes, MessageType type
     Json json(json_object());
     SetMember(json.get(), "kind", kxapp::JsonString(decoded.message->GetDescriptor()->name()));
     if (framed) {
-        SetMember(json.get(), "frame", FrameFacts(bytes.size()));
+        SetMember(json.get(), "frame", kxapp::FrameToJson(bytes.size()));
     }
     SetMember(json.get(), "message", kxapp::MessageToJson(*decoded.message));
     SetMember(json.get(), "not_utf8", kxapp::JsonStrings(decoded.not_utf8));

@@ -1,44 +1,31 @@
 #include "kxemgr/answer.h"
 
-#include <sys/random.h>
-
-#include <stdexcept>
-
 #include "common/frame.h"
+#include "common/misbehave.h"
 
 namespace kxemgr {
 
 namespace {
 
-constexpr std::size_t kGarbageSize = 64;
 constexpr std::uint16_t kOtherPayloadType = 2;
 constexpr std::uint32_t kBytesMissing = 100;
 
 constexpr kxapp::FaultKind kFaultKinds[] = {
     {"refuse", "answers with status 0 and a reason"},
     {"duplicate", "accepts, and says that the agent's identity was seen on another machine"},
-    {"silent", "does not answer"},
-    {"slow", "answers after 6 s, when the module has given up after 5 s"},
-    {"garbage", "answers with 64 random bytes"},
+    kxapp::kSilent,
+    kxapp::kSlow,
+    kxapp::kGarbage,
     {"short", "answers with 19 bytes, one less than a frame header"},
     {"type2", "answers in a frame of payload type 2"},
     {"long", "answers in a frame that announces 100 bytes more than it has"},
-    {"close", "ends the conversation instead of answering"},
+    kxapp::kClose,
 };
-
-std::string RandomBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    // The kernel gives up to 256 bytes whole.
-    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-        throw std::runtime_error("no random bytes");
-    }
-    return bytes;
-}
 
 std::string SpoiltFrame(std::string_view fault, std::string_view payload) {
     const auto length = static_cast<std::uint32_t>(payload.size());
-    if (fault == "garbage") {
-        return RandomBytes(kGarbageSize);
+    if (fault == kxapp::kGarbage.name) {
+        return kxapp::Garbage();
     }
     if (fault == "short") {
         return kxapp::MakeFrame(payload).substr(0, kxapp::kFrameHeaderSize - 1);
@@ -50,16 +37,6 @@ std::string SpoiltFrame(std::string_view fault, std::string_view payload) {
         return kxapp::MakeFrame(payload, kxapp::kPayloadProtobuf, length + kBytesMissing);
     }
     return kxapp::MakeFrame(payload);
-}
-
-kxapp::Delivery DeliveryUnder(std::string_view fault) {
-    if (fault == "silent") {
-        return kxapp::Delivery::kNever;
-    }
-    if (fault == "slow") {
-        return kxapp::Delivery::kLate;
-    }
-    return fault == "close" ? kxapp::Delivery::kClose : kxapp::Delivery::kNow;
 }
 
 }  // namespace
@@ -94,7 +71,7 @@ void ApplyToMessage(std::string_view fault, bf_kxepinfo::epinfo_msg_respone& ans
 }
 
 kxapp::Reply Deliver(std::string_view fault, const bf_kxepinfo::epinfo_msg_respone& answer) {
-    return {DeliveryUnder(fault), 0, SpoiltFrame(fault, answer.SerializeAsString())};
+    return {kxapp::DeliveryUnder(fault), 0, SpoiltFrame(fault, answer.SerializeAsString())};
 }
 
 }  // namespace kxemgr

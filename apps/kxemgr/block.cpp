@@ -28,12 +28,17 @@ constexpr int kMostAddresses = 8;
     return text.data();
 }
 
-std::string LocalTime(const timespec& time) {
+// In seconds since the epoch. A time behind the year 9999 is shown as the number it is.
+std::string LocalTime(std::uint64_t time) {
+    constexpr std::uint64_t kYear10000 = 253'402'300'800;
+    const auto seconds = static_cast<std::time_t>(time);
     tm parts{};
-    localtime_r(&time.tv_sec, &parts);
-    std::array<char, 32> seconds{};
-    (void)std::strftime(seconds.data(), seconds.size(), "%Y-%m-%d %H:%M:%S", &parts);
-    return seconds.data() + Format(".%03ld", time.tv_nsec / 1'000'000);
+    if (time >= kYear10000 || localtime_r(&seconds, &parts) == nullptr) {
+        return Format("%" PRIu64, time);
+    }
+    std::array<char, 32> text{};
+    (void)std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
+    return text.data();
 }
 
 // Appends to a list with separators, unless there is nothing to append.
@@ -76,14 +81,14 @@ std::string Host(const bf_kxepinfo::epinfo_msg_base& base) {
     AppendNamed(line, "Linux", base.sys_release());
     Append(line, Shown(base.sys_machine()));
     Append(line, PlatformInWords(base.host_plat()));
-    Append(line, Format("%d processors", base.cpu_core()));
+    Append(line, Format("%d processor%s", base.cpu_core(), base.cpu_core() == 1 ? "" : "s"));
     Append(line, base.physical() != 0 ? "physical" : "virtual");
     if (base.uvmid() != 0) {
         Append(line, Format("vm %" PRIu64, base.uvmid()));
     }
     AppendNamed(line, "container", base.containerid());
     if (base.recal_timestamp() != 0) {
-        Append(line, Format("id to be redrawn since %" PRIu64, base.recal_timestamp()));
+        Append(line, "id recalculation flagged " + LocalTime(base.recal_timestamp()));
     }
     return "host " + line;
 }
@@ -176,8 +181,10 @@ std::string CmdInWords(std::uint32_t cmd) {
 
 std::string Block(const Upload& upload) {
     const epinfo& message = upload.message;
-    std::string block = LocalTime(upload.received) + Format("  agent %u (", message.agent_id()) +
-                        Shown(upload.from) + ")  " + CmdInWords(message.cmd()) + "\n";
+    std::string block =
+        LocalTime(static_cast<std::uint64_t>(upload.received.tv_sec)) +
+        Format(".%03ld  agent %u (", upload.received.tv_nsec / 1'000'000, message.agent_id()) +
+        Shown(upload.from) + ")  " + CmdInWords(message.cmd()) + "\n";
     if (message.has_rc_info()) {
         AppendLine(block, Resources(message.rc_info()));
     }

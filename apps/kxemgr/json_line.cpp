@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "common/decode.h"
-#include "common/frame.h"
 #include "common/json.h"
 
 namespace kxemgr {
@@ -24,18 +23,6 @@ std::string UtcTime(const timespec& time) {
     return std::string(seconds.data()) + fraction.data();
 }
 
-Json Number(std::size_t number) {
-    return Json(json_integer(static_cast<json_int_t>(number)));
-}
-
-Json FrameFacts(const Upload& upload) {
-    Json frame(json_object());
-    SetMember(frame.get(), "length", Number(upload.frame_bytes));
-    SetMember(frame.get(), "payload_type", Number(kxapp::kPayloadProtobuf));
-    SetMember(frame.get(), "payload_length", Number(upload.frame_bytes - kxapp::kFrameHeaderSize));
-    return frame;
-}
-
 }  // namespace
 
 std::string JsonLine(const Upload& upload, std::string_view fault,
@@ -43,8 +30,8 @@ std::string JsonLine(const Upload& upload, std::string_view fault,
     Json line(json_object());
     SetMember(line.get(), "received", kxapp::JsonString(UtcTime(upload.received)));
     SetMember(line.get(), "from", kxapp::JsonString(upload.from));
-    SetMember(line.get(), "request_id", Number(upload.request_id));
-    SetMember(line.get(), "frame", FrameFacts(upload));
+    SetMember(line.get(), "request_id", Json(json_integer(upload.request_id)));
+    SetMember(line.get(), "frame", kxapp::FrameToJson(upload.frame_bytes));
     SetMember(line.get(), "epinfo", kxapp::MessageToJson(upload.message));
     SetMember(line.get(), "not_utf8", kxapp::JsonStrings(upload.not_utf8));
     SetMember(line.get(), "fault", fault.empty() ? Json(json_null()) : kxapp::JsonString(fault));

@@ -13,9 +13,9 @@
 
 namespace kxemgr {
 
-// Longer uploads are refused: those of a machine with thousands of adapters are a fraction of it,
-// and decoding takes many times the memory.
-inline constexpr std::size_t kMostUploadBytes = std::size_t{4} * 1024 * 1024;
+// Longer uploads are refused: those of a machine with thousands of adapters are shorter, and
+// showing one can take hundreds of times its memory.
+inline constexpr std::size_t kMostUploadBytes = std::size_t{1024} * 1024;
 
 struct Upload {
     timespec received{};  // wall clock

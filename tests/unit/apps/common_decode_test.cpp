@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "epinfo.pb.h"
 
 using bf_kxepinfo::epinfo;
@@ -64,6 +66,20 @@ TEST(Decode, RepairsRepeatedStrings) {
     EXPECT_EQ(not_utf8, std::vector<std::string>{"sys_info.nw_info.if_info[1].if_ipv4[1]"});
     EXPECT_EQ(message.sys_info().nw_info().if_info(1).if_ipv4(0), "ok");
     EXPECT_EQ(message.sys_info().nw_info().if_info(1).if_ipv4(1), "\\xFE");
+}
+
+TEST(Decode, NamesABoundedNumberOfRepairedStrings) {
+    bf_kxepinfo::epinfo_msg_if adapter;
+    for (int i = 0; i < 101; ++i) {
+        adapter.add_if_ipv4("?");
+    }
+    std::string bytes = adapter.SerializeAsString();
+    std::replace(bytes.begin(), bytes.end(), '?', '\xFE');
+    std::vector<std::string> not_utf8;
+    ASSERT_TRUE(Decode(bytes, adapter, not_utf8));
+    ASSERT_EQ(not_utf8.size(), 100U);
+    EXPECT_EQ(not_utf8.back(), "if_ipv4[99]");
+    EXPECT_EQ(adapter.if_ipv4(100), "\\xFE");
 }
 
 TEST(Decode, RepairsASurrogate) {

@@ -103,6 +103,6 @@ TEST_F(CentreTest, TellsWhatItDoesOnlyWhenAsked) {
         ::testing::internal::CaptureStdout();
         (void)centre.handle({"agt_ei", 1, 1004, request});
         EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-                  verbose ? "request from agt_ei: 1 addresses\n" : "");
+                  verbose ? "request from agt_ei, addresses: 1\n" : "");
     }
 }

@@ -1,6 +1,8 @@
 #include "kxehost/module.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 
 #include "installation.h"
 
@@ -59,4 +61,62 @@ TEST_F(ModuleTest, BrokenFileIsOneLine) {
 TEST_F(ModuleTest, StopsWithoutEffectWhenNotStarted) {
     Module module;
     EXPECT_TRUE(module.stop());
+}
+
+TEST_F(ModuleTest, IsStartedAndStoppedTimeAndAgain) {
+    ::testing::internal::CaptureStdout();
+    Module module;
+    ASSERT_TRUE(module.load(KX_FAKE_MODULE));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(module.start());
+        EXPECT_TRUE(module.stop());
+    }
+    EXPECT_TRUE(module.stop());
+    std::fflush(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "start\nstop\nstart\nstop\n");
+}
+
+TEST_F(ModuleTest, IsStoppedAtTheEnd) {
+    ::testing::internal::CaptureStdout();
+    {
+        Module module;
+        ASSERT_TRUE(module.load(KX_FAKE_MODULE));
+        EXPECT_TRUE(module.start());
+    }
+    std::fflush(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "start\nstop\n");
+}
+
+TEST_F(ModuleTest, ThatCannotStartIsOneLineAndNotStopped) {
+    setenv("KX_FAKE_START", "11", 1);
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    Module module;
+    ASSERT_TRUE(module.load(KX_FAKE_MODULE));
+    EXPECT_FALSE(module.start());
+    EXPECT_TRUE(module.stop());
+    std::fflush(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "start\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              Line("the module " KX_FAKE_MODULE " cannot start: error code 11"));
+}
+
+TEST_F(ModuleTest, ThatDoesNotStopCleanlyIsOneLine) {
+    setenv("KX_FAKE_STOP", "-1", 1);
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    Module module;
+    ASSERT_TRUE(module.load(KX_FAKE_MODULE));
+    EXPECT_TRUE(module.start());
+    EXPECT_FALSE(module.stop());
+    std::fflush(stdout);
+    (void)::testing::internal::GetCapturedStdout();
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              Line("the module " KX_FAKE_MODULE " did not stop cleanly: error code -1"));
+}
+
+TEST_F(ModuleTest, WithoutAFunctionIsOneLine) {
+    EXPECT_EQ(ComplaintOfLoading(KX_FAKE_MODULE_WITHOUT_STOP),
+              Line("not a module of this agent: " KX_FAKE_MODULE_WITHOUT_STOP
+                   ": undefined symbol: kxepinfo_uninit"));
 }

@@ -111,8 +111,18 @@ TEST_F(BlockTest, OfAVirtualMachineInAContainer) {
     upload.message.mutable_sys_info()->mutable_nw_info()->set_is_ip_changed(true);
     EXPECT_EQ(body(),
               "  host 32-bit, -1 processors, virtual, vm 18446744073709551615, container 0123abcd, "
-              "id to be redrawn since 1700000000\n"
+              "id recalculation flagged 2023-11-14 23:13:20\n"
               "  not changed, sent to refresh; addresses changed\n");
+}
+
+TEST_F(BlockTest, OfOneProcessorAndAnAbsurdTime) {
+    auto& base = *upload.message.mutable_sys_info()->mutable_base_info();
+    base.set_cpu_core(1);
+    base.set_recal_timestamp(18446744073709551615U);
+    EXPECT_EQ(body(),
+              "  host platform 0, 1 processor, virtual, id recalculation flagged "
+              "18446744073709551615\n"
+              "  not changed, sent to refresh\n");
 }
 
 TEST_F(BlockTest, OfALoginWithoutANameOrHost) {
