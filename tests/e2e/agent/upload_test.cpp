@@ -2,7 +2,6 @@
 #include <atomic>
 #include <ctime>
 #include <fstream>
-#include <regex>
 #include <thread>
 
 #include "agent.h"
@@ -152,13 +151,13 @@ TEST_F(Uploads, EveryLogLineHasTheLogsForm) {
     StartHost();
     ASSERT_NE(Upload(1), nullptr);
     ASSERT_TRUE(Logs("stepped into timer callback function now..."));
-    const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d [CEID] \d+/\d+ )"
-                          R"([\w./]+:\d+ .*)");
+    const std::string form =
+        "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}[+-][0-9]{2}:[0-9]{2} "
+        "[CEID] [0-9]+/[0-9]+ [A-Za-z_./]+:[0-9]+ .*";
     const std::string log = installation().log();
     for (std::size_t start = 0, end; (end = log.find('\n', start)) != std::string::npos;
          start = end + 1) {
-        const std::string line = log.substr(start, end - start);
-        EXPECT_TRUE(std::regex_match(line, form)) << line;
+        EXPECT_THAT(log.substr(start, end - start), testing::MatchesRegex(form));
     }
 }
 
