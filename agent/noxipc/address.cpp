@@ -25,7 +25,9 @@ std::map<Key, nox_addr_st> table;
 
 nox_addr_st* Find(const char* name, int a, int b) {
     const auto [place, made] = table.try_emplace(Key(name, a, b));
-    place->second.key = &place->first;
+    if (made) {  // never again: its name is read without the lock
+        place->second.key = &place->first;
+    }
     ++place->second.holders;
     return &place->second;
 }
