@@ -80,7 +80,7 @@ struct nox_ipc_st {
 
     uv_loop_t* loop_;
     std::string name_;
-    int flags_;
+    [[maybe_unused]] int flags_;
     noxipc::AccessRule access_ = noxipc::AccessRule::Load();
     std::array<char, kScratchSize> scratch_;
     noxipc::Deadlines::Pointer deadlines_ = noxipc::Deadlines::Make(loop_);
