@@ -11,7 +11,9 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// Opens for reading, close-on-exec. Null with errno set when that fails.
+// Opens for reading, close-on-exec. Null with errno set when that fails. What lies in a file's
+// place is opened too and never waited for: a directory, which cannot be read, or a pipe, which
+// reads as empty while nobody writes to it.
 File OpenForReading(const char* path);
 
 #endif  // KXEPINFO_COLLECTORS_PROCFILE_H
