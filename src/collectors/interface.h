@@ -1,0 +1,17 @@
+// What the kernel tells about one network interface besides its addresses. Source: netdevice(7).
+#ifndef KXEPINFO_COLLECTORS_INTERFACE_H
+#define KXEPINFO_COLLECTORS_INTERFACE_H
+
+#include <string>
+
+struct Interface {
+    std::string mac;  // "00-1A-2B-3C-4D-5E", upper case
+    bool is_up = false;
+};
+
+// Asks about the interface of that name, of which 15 characters count; the alias "eth0:1" gives
+// what "eth0" gives. Of a longer hardware address the first six bytes are taken; a shorter one is
+// filled up with zeros. False, and logged, when `name` is null or a request fails.
+bool ReadInterface(const char* name, Interface& interface);
+
+#endif  // KXEPINFO_COLLECTORS_INTERFACE_H
