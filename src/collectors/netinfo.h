@@ -26,4 +26,11 @@ int GetNetInfo(std::vector<_stAdapterInfo>& adapters);
 // be read. Other than with 0, list and g_strCurConnectIp are as they were.
 int TransNetInfo(std::vector<_stAdapterInfo>& adapters);
 
+// Whether the adapters, matched by name, differ in number, name, hardware address or addresses, of
+// which the order does not count. Logs the first difference that is found.
+//
+// Sorts the address lists that it compares where they are, in both arguments: the address that
+// links to the manager may no longer be the first one afterwards.
+bool IsNetInfoChanged(std::vector<_stAdapterInfo>& previous, std::vector<_stAdapterInfo>& current);
+
 #endif  // KXEPINFO_COLLECTORS_NETINFO_H
