@@ -3,6 +3,7 @@
 #ifndef KXEPINFO_COLLECTORS_NETINFO_H
 #define KXEPINFO_COLLECTORS_NETINFO_H
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,5 +33,15 @@ int TransNetInfo(std::vector<_stAdapterInfo>& adapters);
 // Sorts the address lists that it compares where they are, in both arguments: the address that
 // links to the manager may no longer be the first one afterwards.
 bool IsNetInfoChanged(std::vector<_stAdapterInfo>& previous, std::vector<_stAdapterInfo>& current);
+
+// Sets `added` to the IPv4 addresses of `current` that the call before did not have. The first call
+// compares with "ipv4" of [netinfo] in "@/../config/server_port.ini" instead, so that a restart
+// makes no address new. When there are new ones all current addresses are written there, in byte
+// order and joined by ','; text above 4095 bytes is cut, and what is lost in that way is new again
+// after a restart.
+//
+// Does nothing, and leaves `added` empty, while the file cannot be loaded. A file that cannot be
+// saved goes without notice: the addresses count as told all the same.
+void RecordIpv4Addresses(const std::vector<_stAdapterInfo>& current, std::set<std::string>& added);
 
 #endif  // KXEPINFO_COLLECTORS_NETINFO_H

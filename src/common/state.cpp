@@ -5,7 +5,9 @@ _stAgentInfo s_lastAgentInfo;
 _stUsrLogInfo s_lastUsrLogInfo;
 std::string g_strCurConnectIp;
 std::string g_strPreConnectIp;
+std::set<std::string> s_recordedIpv4;
 
 uint32_t g_preOnlineState = 1;
 uint32_t Attempt_Times = 0;
 uint32_t s_heartbeatMisses = 0;
+bool s_ipv4RecordRead = false;

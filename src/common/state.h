@@ -7,6 +7,9 @@
 #ifndef KXEPINFO_COMMON_STATE_H
 #define KXEPINFO_COMMON_STATE_H
 
+#include <set>
+#include <string>
+
 #include "common/records.h"
 #include "kxepinfo.h"
 
@@ -16,5 +19,10 @@ extern _stUsrLogInfo s_lastUsrLogInfo;
 
 // How many heartbeats in a row reported the status 0; the heartbeat handler's alone.
 extern uint32_t s_heartbeatMisses;
+
+// The IPv4 addresses at the last look, and whether those of the process before were read from their
+// file; both RecordIpv4Addresses' alone.
+extern std::set<std::string> s_recordedIpv4;
+extern bool s_ipv4RecordRead;
 
 #endif  // KXEPINFO_COMMON_STATE_H

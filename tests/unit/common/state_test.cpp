@@ -22,6 +22,8 @@ TEST(State, HoldsItsDefaultsAtLoad) {
     EXPECT_EQ(s_lastUsrLogInfo.login_ip, "");
     EXPECT_EQ(g_strCurConnectIp, "");
     EXPECT_EQ(g_strPreConnectIp, "");
+    EXPECT_TRUE(s_recordedIpv4.empty());
+    EXPECT_FALSE(s_ipv4RecordRead);
     EXPECT_EQ(g_preOnlineState, 1U);
     EXPECT_EQ(Attempt_Times, 0U);
 }

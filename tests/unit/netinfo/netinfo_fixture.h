@@ -40,6 +40,8 @@ class NetInfoTest : public InstallationTest {
         ResetAgent();
         Network() = FakeNetwork{};
         g_strCurConnectIp = "before";
+        s_recordedIpv4.clear();
+        s_ipv4RecordRead = false;
         ConnectAddress("203.0.113.9");
     }
 
