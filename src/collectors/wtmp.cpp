@@ -1,0 +1,75 @@
+#include "collectors/wtmp.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <span>
+
+namespace {
+
+// The layout of the file, which is read as it is.
+static_assert(sizeof(utmp) == 384);
+static_assert(offsetof(utmp, ut_type) == 0 && sizeof(utmp::ut_type) == 2);
+static_assert(offsetof(utmp, ut_user) == 44 && sizeof(utmp::ut_user) == 32);
+static_assert(offsetof(utmp, ut_host) == 76 && sizeof(utmp::ut_host) == 256);
+static_assert(offsetof(utmp, ut_tv) == 340 && sizeof(utmp::ut_tv.tv_sec) == 4);
+static_assert(USER_PROCESS == 7);
+
+constexpr off_t kRecordSize = sizeof(utmp);
+constexpr off_t kBlockRecords = 64;
+
+// Fills the bytes from that place of the file; false when it ends before, or cannot be read.
+bool ReadAll(int descriptor, std::span<std::byte> bytes, off_t from) {
+    while (!bytes.empty()) {
+        const ssize_t count = pread(descriptor, bytes.data(), bytes.size(), from);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+        from += count;
+    }
+    return true;
+}
+
+// How many whole records the file holds, 0 for anything that is not a regular file.
+off_t CountRecords(int descriptor) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return 0;
+    }
+    return status.st_size / kRecordSize;
+}
+
+bool IsLogin(const utmp& record) {
+    return record.ut_type == USER_PROCESS;
+}
+
+}  // namespace
+
+std::optional<utmp> LastEntryWhenSomebodyLoggedIn(int descriptor) {
+    std::array<utmp, kBlockRecords> block;
+    std::optional<utmp> last;
+    // Records from `end` on have been looked at.
+    for (off_t end = CountRecords(descriptor); end > 0;) {
+        const off_t count = std::min(end, kBlockRecords);
+        const std::span records(block.data(), static_cast<std::size_t>(count));
+        end -= count;
+        if (!ReadAll(descriptor, std::as_writable_bytes(records), end * kRecordSize)) {
+            return std::nullopt;
+        }
+        if (!last) {
+            last = records.back();
+        }
+        if (std::any_of(records.begin(), records.end(), IsLogin)) {
+            return last;
+        }
+    }
+    return std::nullopt;
+}
