@@ -8,6 +8,7 @@
 #include "extinfo_fixture.h"
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 using kxtest::Fields;
 using kxtest::LoggedLines;
 using kxtest::WriteFile;
@@ -103,7 +104,7 @@ TEST_F(AgentCfg, WithInvalidUtf8IsNotJson) {
 
 TEST_F(AgentCfg, WithAZeroByteInAStringIsNotJson) {
     ExpectNotJson(R"({"version": {"components": "6\u0000.1"}})");
-    ExpectNotJson(std::string_view("{\"version\": {\"components\": \"6\0.1\"}}", 36));
+    ExpectNotJson("{\"version\": {\"components\": \"6\0.1\"}}"sv);
 }
 
 TEST_F(AgentCfg, ThatIsNestedTooDeepIsNotJson) {
