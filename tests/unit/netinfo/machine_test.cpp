@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <ostream>
 
@@ -28,7 +30,7 @@ class OwnNetwork : public kxtest::InstallationTest {
         kxtest::ClearLog();
         kxtest::WriteFile("var/connect.ini", "[connect]\nip=203.0.113.9\n");
         if (!kxtest::EnterOwnNetwork()) {
-            GTEST_SKIP() << "making a network namespace needs root";
+            GTEST_SKIP() << "no network namespace, which needs root: " << std::strerror(errno);
         }
         if (!std::filesystem::exists("/proc/self/net/if_inet6")) {
             GTEST_SKIP() << "this kernel has no IPv6";
