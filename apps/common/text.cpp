@@ -100,7 +100,10 @@ bool IsUtf8(std::string_view text) {
 }
 
 std::string RepairUtf8(std::string_view text) {
-    return Escape(text, [](std::uint32_t) { return false; });
+    if (IsUtf8(text)) {
+        return std::string(text);
+    }
+    return Escape(text, [](std::uint32_t point) { return point == '\\'; });
 }
 
 std::string Printable(std::string_view text) {

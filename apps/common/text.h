@@ -14,8 +14,9 @@ std::size_t Utf8Length(std::string_view text);
 
 bool IsUtf8(std::string_view text);
 
-// `text` as UTF-8: each byte that belongs to no sequence becomes the four characters \xNN, upper
-// case; everything else, zero bytes too, stays.
+// `text` as UTF-8. What is UTF-8 stays as it is. Otherwise each byte that belongs to no sequence,
+// and each backslash, becomes the four characters \xNN, upper case, and everything else, zero bytes
+// too, stays: whoever knows that a text was repaired can tell its bytes.
 std::string RepairUtf8(std::string_view text);
 
 // `text` for a terminal: bytes that are not UTF-8, control characters (C0, DEL, C1) and the

@@ -71,6 +71,11 @@ TEST(RepairUtf8, WritesEachWrongByteInHexadecimal) {
     EXPECT_EQ(RepairUtf8("\xE2\x82"), "\\xE2\\x82");
 }
 
+TEST(RepairUtf8, LeavesNoTwoTextsAlikeThatItRepairs) {
+    EXPECT_EQ(RepairUtf8("a\\xFC"), "a\\xFC");
+    EXPECT_EQ(RepairUtf8("a\\xFC\xFC"), "a\\x5CxFC\\xFC");
+}
+
 TEST(Printable, EscapesControlCharacters) {
     EXPECT_EQ(Printable("a\nb\x1B[31m\x7F\0"sv), "a\\x0Ab\\x1B[31m\\x7F\\x00");
 }
