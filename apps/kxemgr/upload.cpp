@@ -2,6 +2,7 @@
 
 #include "common/decode.h"
 #include "common/frame.h"
+#include "kxemgr/listed.h"
 
 namespace kxemgr {
 
@@ -16,11 +17,16 @@ std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& 
     if (!payload) {
         return std::nullopt;
     }
+    if (CountListed(*payload, *bf_kxepinfo::epinfo::descriptor()) > kMostListed) {
+        fault = "upload with more than " + std::to_string(kMostListed) + " entries in its lists";
+        return std::nullopt;
+    }
     Upload upload;
     upload.received = now;
     upload.from = request.from;
     upload.request_id = request.id;
     upload.frame_bytes = request.data.size();
+    upload.payload = *payload;
     if (!kxapp::Decode(*payload, upload.message, upload.not_utf8)) {
         fault = "payload of " + std::to_string(payload->size()) + " bytes is no epinfo message";
         return std::nullopt;

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/service.h"
@@ -13,21 +14,25 @@
 
 namespace kxemgr {
 
-// Longer uploads are refused: those of a machine with thousands of adapters are shorter, and
-// showing one can take hundreds of times its memory.
-inline constexpr std::size_t kMostUploadBytes = std::size_t{1024} * 1024;
+// Longer uploads are refused. The module takes no longer answer either.
+inline constexpr std::size_t kMostUploadBytes = std::size_t{10} * 1024 * 1024;
+
+// Uploads that list more (listed.h) are refused: two bytes can be an entry, and showing one takes
+// hundreds of bytes. A machine with ten thousand adapters lists some forty thousand.
+inline constexpr std::size_t kMostListed = 100'000;
 
 struct Upload {
     timespec received{};  // wall clock
     std::string from;     // the agent's name on the bus
     unsigned request_id = 0;
     std::size_t frame_bytes = 0;
+    std::string_view payload;  // the message's bytes, in the request
     bf_kxepinfo::epinfo message;
     std::vector<std::string> not_utf8;  // paths of the strings that had to be repaired
 };
 
 // Checks the frame strictly and decodes the message. Nothing when there is a fault, which `fault`
-// then tells in words; `request` was received at `now`.
+// then tells in words; `request` was received at `now`, and lives as long as the upload.
 std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& now,
                                  std::string& fault);
 
