@@ -1,58 +1,19 @@
 #include "kxemgr/block.h"
 
-#include <array>
 #include <cinttypes>
-#include <cstdarg>
-#include <cstdio>
 #include <utility>
 
-#include "common/text.h"
+#include "kxemgr/adapter_table.h"
+#include "kxemgr/leftover.h"
+#include "kxemgr/words.h"
 
 namespace kxemgr {
 
 namespace {
 
 using bf_kxepinfo::epinfo;
-using google::protobuf::RepeatedPtrField;
-using kxapp::Shown;
 
-constexpr int kMostAdapters = 16;
-constexpr int kMostAddresses = 8;
-
-[[gnu::format(printf, 1, 2)]] std::string Format(const char* format, ...) {
-    std::array<char, 128> text{};
-    va_list arguments;
-    va_start(arguments, format);
-    (void)std::vsnprintf(text.data(), text.size(), format, arguments);
-    va_end(arguments);
-    return text.data();
-}
-
-// In seconds since the epoch. A time behind the year 9999 is shown as the number it is.
-std::string LocalTime(std::uint64_t time) {
-    constexpr std::uint64_t kYear10000 = 253'402'300'800;
-    const auto seconds = static_cast<std::time_t>(time);
-    tm parts{};
-    if (time >= kYear10000 || localtime_r(&seconds, &parts) == nullptr) {
-        return Format("%" PRIu64, time);
-    }
-    std::array<char, 32> text{};
-    (void)std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
-    return text.data();
-}
-
-// Appends to a list with separators, unless there is nothing to append.
-void Append(std::string& list, const std::string& item, const char* separator = ", ") {
-    if (!item.empty()) {
-        list += (list.empty() ? "" : separator) + item;
-    }
-}
-
-void AppendNamed(std::string& list, const char* name, const std::string& value) {
-    if (!value.empty()) {
-        Append(list, std::string(name) + " " + Shown(value));
-    }
-}
+constexpr std::int32_t kUsualHostType = 1;
 
 std::string Resources(const bf_kxepinfo::epinfo_msg_rc& section) {
     constexpr std::uint32_t kKibInMib = 1024;
@@ -76,13 +37,15 @@ std::string PlatformInWords(std::int32_t platform) {
 
 std::string Host(const bf_kxepinfo::epinfo_msg_base& base) {
     std::string line;
-    Append(line, Shown(base.host_node()));
-    Append(line, Shown(base.sys_distro()));
-    AppendNamed(line, "Linux", base.sys_release());
-    Append(line, Shown(base.sys_machine()));
+    Append(line, ShownText(base.host_node()));
+    Append(line, ShownText(base.sys_distro()));
+    Append(line, ShownText(base.sys_machine()));
     Append(line, PlatformInWords(base.host_plat()));
     Append(line, Format("%d processor%s", base.cpu_core(), base.cpu_core() == 1 ? "" : "s"));
     Append(line, base.physical() != 0 ? "physical" : "virtual");
+    if (base.host_type() != kUsualHostType) {
+        Append(line, Format("host type %d", base.host_type()));
+    }
     if (base.uvmid() != 0) {
         Append(line, Format("vm %" PRIu64, base.uvmid()));
     }
@@ -93,21 +56,11 @@ std::string Host(const bf_kxepinfo::epinfo_msg_base& base) {
     return "host " + line;
 }
 
-void AppendAddresses(std::string& line, const RepeatedPtrField<std::string>& addresses) {
-    for (int i = 0; i < addresses.size() && i < kMostAddresses; ++i) {
-        Append(line, Shown(addresses[i]), "  ");
-    }
-    if (addresses.size() > kMostAddresses) {
-        Append(line, Format("and %d more", addresses.size() - kMostAddresses), "  ");
-    }
-}
-
-std::string Adapter(const bf_kxepinfo::epinfo_msg_if& adapter) {
+std::string Kernel(const bf_kxepinfo::epinfo_msg_base& base) {
     std::string line;
-    Append(line, Shown(adapter.if_mac()), "  ");
-    AppendAddresses(line, adapter.if_ipv4());
-    AppendAddresses(line, adapter.if_ipv6());
-    return "adapter " + line;
+    Append(line, ShownText(base.sys_release()), " ");
+    Append(line, ShownText(base.sys_version()), " ");
+    return "kernel " + (line.empty() ? "unknown" : line);
 }
 
 std::string Versions(const bf_kxepinfo::epinfo_msg_agentinfo& versions) {
@@ -118,7 +71,7 @@ std::string Versions(const bf_kxepinfo::epinfo_msg_agentinfo& versions) {
     AppendNamed(line, "ioa", versions.ioadb_version());
     AppendNamed(line, "ioc", versions.iocdb_version());
     if (!versions.mgr_addr().empty()) {
-        Append(line, "manager " + Shown(versions.mgr_addr()), "; ");
+        Append(line, "manager " + ShownText(versions.mgr_addr()), "; ");
     }
     return "versions " + line;
 }
@@ -131,31 +84,33 @@ std::string Change(const bf_kxepinfo::epinfo_msg_sys& section) {
 }
 
 std::string Login(const bf_kxepinfo::epinfo_msg_usr& login) {
-    const std::string name = Shown(login.login_name());
-    const std::string host = Shown(login.login_ip());
+    const std::string name = ShownText(login.login_name());
+    const std::string host = ShownText(login.login_ip());
     return "login " + (name.empty() ? "(no name)" : name) + (host.empty() ? "" : " from " + host) +
-           " at " + Shown(login.login_time());
+           " at " + ShownText(login.login_time());
 }
 
-void AppendLine(std::string& block, const std::string& line) {
-    block += "  " + line + "\n";
+// Each line of `lines` with the block's margin; a line end is added to the last one.
+void AppendLines(std::string& block, const std::string& lines) {
+    for (std::size_t start = 0; start < lines.size();) {
+        const std::size_t end = std::min(lines.find('\n', start), lines.size());
+        block.append("  ").append(lines, start, end - start).append("\n");
+        start = end + 1;
+    }
 }
 
 void AppendSystem(std::string& block, const bf_kxepinfo::epinfo_msg_sys& section) {
     if (section.has_base_info()) {
-        AppendLine(block, Host(section.base_info()));
+        AppendLines(block, Host(section.base_info()));
+        AppendLines(block, Kernel(section.base_info()));
     }
-    const auto& adapters = section.nw_info().if_info();
-    for (int i = 0; i < adapters.size() && i < kMostAdapters; ++i) {
-        AppendLine(block, Adapter(adapters[i]));
-    }
-    if (adapters.size() > kMostAdapters) {
-        AppendLine(block, Format("and %d more adapters", adapters.size() - kMostAdapters));
+    if (section.has_nw_info()) {
+        AppendLines(block, AdapterTable(section.nw_info()));
     }
     if (section.has_agent_info()) {
-        AppendLine(block, Versions(section.agent_info()));
+        AppendLines(block, Versions(section.agent_info()));
     }
-    AppendLine(block, Change(section));
+    AppendLines(block, Change(section));
 }
 
 }  // namespace
@@ -184,17 +139,27 @@ std::string Block(const Upload& upload) {
     std::string block =
         LocalTime(static_cast<std::uint64_t>(upload.received.tv_sec)) +
         Format(".%03ld  agent %u (", upload.received.tv_nsec / 1'000'000, message.agent_id()) +
-        Shown(upload.from) + ")  " + CmdInWords(message.cmd()) + "\n";
+        ShownText(upload.from) + ")  " + CmdInWords(message.cmd()) + "\n";
     if (message.has_rc_info()) {
-        AppendLine(block, Resources(message.rc_info()));
+        AppendLines(block, Resources(message.rc_info()));
     }
     if (message.has_sys_info()) {
         AppendSystem(block, message.sys_info());
     }
-    if (message.login_info().usr_info_size() > 0) {
-        AppendLine(block, Login(message.login_info().usr_info(0)));
+    for (const auto& login : message.login_info().usr_info()) {
+        AppendLines(block, Login(login));
+    }
+    if (const std::string rest = Leftover(message); !rest.empty()) {
+        AppendLines(block, "besides " + rest);
     }
     return block;
+}
+
+std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer) {
+    if (answer.status() == 0) {
+        return "  refused: " + ShownText(answer.res_msg()) + "\n";
+    }
+    return answer.duplicate() != 0 ? "  duplicate: this agent id belongs to another machine\n" : "";
 }
 
 }  // namespace kxemgr

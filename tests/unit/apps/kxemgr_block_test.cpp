@@ -1,6 +1,6 @@
 #include "kxemgr/block.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -93,9 +93,10 @@ TEST_F(BlockTest, OfEverything) {
     EXPECT_EQ(Block(upload),
               "2023-11-14 23:13:20.123  agent 4711 (agt_ei)  resources, system, login\n"
               "  cpu 100.00 %  memory 0 of 0 MiB (0.0 %)\n"
-              "  host build-7, Debian 12, Linux 6.1.0-18-amd64, x86_64, 64-bit, 4 processors, "
-              "physical\n"
-              "  adapter 00-1A-2B-3C-4D-5E  10.0.0.5  fe80::1\n"
+              "  host build-7, Debian 12, x86_64, 64-bit, 4 processors, physical\n"
+              "  kernel 6.1.0-18-amd64 #1 SMP\n"
+              "  adapter  MAC                IPv4      IPv6\n"
+              "  link     00-1A-2B-3C-4D-5E  10.0.0.5  fe80::1\n"
               "  versions agent 3.2.10, virus 2019, patch 2018, ioa 1, ioc 0.2; manager 127.0.0.1\n"
               "  changed\n"
               "  login root from 10.0.0.9 at 2026-11-21 08:15:00\n");
@@ -108,10 +109,13 @@ TEST_F(BlockTest, OfAVirtualMachineInAContainer) {
     base.set_uvmid(18446744073709551615U);
     base.set_containerid("0123abcd");
     base.set_recal_timestamp(1700000000);
+    base.set_host_type(1);
     upload.message.mutable_sys_info()->mutable_nw_info()->set_is_ip_changed(true);
     EXPECT_EQ(body(),
               "  host 32-bit, -1 processors, virtual, vm 18446744073709551615, container 0123abcd, "
               "id recalculation flagged 2023-11-14 23:13:20\n"
+              "  kernel unknown\n"
+              "  adapter  none\n"
               "  not changed, sent to refresh; addresses changed\n");
 }
 
@@ -120,8 +124,9 @@ TEST_F(BlockTest, OfOneProcessorAndAnAbsurdTime) {
     base.set_cpu_core(1);
     base.set_recal_timestamp(18446744073709551615U);
     EXPECT_EQ(body(),
-              "  host platform 0, 1 processor, virtual, id recalculation flagged "
+              "  host platform 0, 1 processor, virtual, host type 0, id recalculation flagged "
               "18446744073709551615\n"
+              "  kernel unknown\n"
               "  not changed, sent to refresh\n");
 }
 
@@ -156,17 +161,52 @@ TEST_F(BlockTest, EscapesWhatTheAgentSays) {
               "  login a\\x1B[2J from h\\x0Aforged at t\\x0Dx\n");
 }
 
-TEST_F(BlockTest, ListsABoundedNumberOfAdaptersAndAddresses) {
-    auto& network = *upload.message.mutable_sys_info()->mutable_nw_info();
-    for (int i = 0; i < 18; ++i) {
-        network.add_if_info()->set_if_mac("m");
-    }
-    for (int i = 0; i < 10; ++i) {
-        network.mutable_if_info(0)->add_if_ipv4("4");
-    }
-    std::string expected = "  adapter m  4  4  4  4  4  4  4  4  and 2 more\n";
-    for (int i = 1; i < 16; ++i) {
-        expected += "  adapter m\n";
-    }
-    EXPECT_EQ(body(), expected + "  and 2 more adapters\n  not changed, sent to refresh\n");
+TEST_F(BlockTest, CutsALongText) {
+    upload.message.mutable_login_info()->add_usr_info()->set_login_name(std::string(257, 'n'));
+    EXPECT_EQ(body(), "  login " + std::string(256, 'n') + "... at \n");
+}
+
+TEST_F(BlockTest, ListsEveryLogin) {
+    upload.message.mutable_login_info()->add_usr_info()->set_login_name("a");
+    upload.message.mutable_login_info()->add_usr_info()->set_login_name("b");
+    EXPECT_EQ(body(), "  login a at \n  login b at \n");
+}
+
+TEST_F(BlockTest, TellsInTheEndWhatTheModuleNeverSends) {
+    upload.message.mutable_rc_info()->set_disk_read_speed(5);
+    FillSystem(*upload.message.mutable_sys_info());
+    upload.message.mutable_sys_info()->mutable_account_info()->set_domain("d\x1B");
+    upload.message.mutable_sys_info()->mutable_agent_info()->set_struser("bob");
+    upload.message.mutable_ui_info()->add_agent_id(7);
+    EXPECT_THAT(body(), testing::EndsWith(
+                            "\n  besides rc_info { disk_read_speed: 5 } sys_info { agent_info { "
+                            "strUser: \"bob\" } account_info { domain: \"d\\033\" } } ui_info { "
+                            "agent_id: 7 }\n"));
+}
+
+TEST_F(BlockTest, ShowsFieldsThatTheSchemaDoesNotHave) {
+    ASSERT_TRUE(upload.message.ParseFromString("\x78\x05"));
+    EXPECT_EQ(body(), "  besides 15: 5\n");
+}
+
+TEST_F(BlockTest, CutsWhatIsBesides) {
+    upload.message.mutable_custom_info()->set_pacthinfo(std::string(2000, 'p'));
+    const std::string begin = "custom_info { pacthInfo: \"";
+    EXPECT_EQ(body(), "  besides " + begin + std::string(1000 - begin.size(), 'p') + "...\n");
+}
+
+TEST(AnswerInWords, IsNothingForAPlainAcceptance) {
+    bf_kxepinfo::epinfo_msg_respone answer;
+    answer.set_status(1);
+    EXPECT_EQ(kxemgr::AnswerInWords(answer), "");
+}
+
+TEST(AnswerInWords, TellsADuplicateAndARefusal) {
+    bf_kxepinfo::epinfo_msg_respone answer;
+    answer.set_duplicate(1);
+    answer.set_res_msg("no\nroom");
+    EXPECT_EQ(kxemgr::AnswerInWords(answer), "  refused: no\\x0Aroom\n");
+    answer.set_status(1);
+    EXPECT_EQ(kxemgr::AnswerInWords(answer),
+              "  duplicate: this agent id belongs to another machine\n");
 }

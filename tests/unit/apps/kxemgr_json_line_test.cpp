@@ -1,7 +1,8 @@
 #include "kxemgr/json_line.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include "common/text.h"
 #include "kxemgr/answer.h"
 
 namespace {
@@ -45,4 +46,14 @@ TEST(JsonLine, NamesTheFaultAndTheRepairedStrings) {
                           "\"not_utf8\": [\"login_info.usr_info[0].login_name\"], "
                           "\"fault\": \"silent\", ") +
                   kAnswer);
+}
+
+TEST(JsonLine, IsExactToTheByte) {
+    kxemgr::Upload upload = ResourceUpload();
+    auto& login = *upload.message.mutable_login_info()->add_usr_info();
+    login.set_login_name(kxapp::RepairUtf8(std::string("a\\xFC\xFC\0\0", 8)));
+    login.set_login_ip(std::string("h\\\0", 3));
+    EXPECT_THAT(kxemgr::JsonLine(upload, "", {}),
+                testing::HasSubstr("\"login_name\": \"a\\\\x5CxFC\\\\xFC\\u0000\\u0000\", "
+                                   "\"login_ip\": \"h\\\\\\u0000\""));
 }
