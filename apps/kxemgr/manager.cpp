@@ -21,8 +21,9 @@ timespec Now() {
 
 }  // namespace
 
-Manager::Manager(const Options& options, kxapp::FaultPlan faults)
-    : m_options(options), m_faults(std::move(faults)) {}
+Manager::Manager(const Options& options, kxapp::FaultPlan faults,
+                 std::unique_ptr<Database> database)
+    : m_options(options), m_faults(std::move(faults)), m_database(std::move(database)) {}
 
 kxapp::Reply Manager::handle(const kxapp::Request& request) {
     const std::string from(request.from);
@@ -45,10 +46,29 @@ kxapp::Reply Manager::handle(const kxapp::Request& request) {
 kxapp::Reply Manager::accept(const Upload& upload) {
     ++m_received;
     const std::string_view fault = m_faults.take();
-    auto answer = Accept(upload.message, upload.received.tv_sec);
+    auto answer = answer_to(upload);
     ApplyToMessage(fault, answer);
-    m_failed = !kxapp::WriteOut(m_options.json ? JsonLine(upload, fault, answer) : Block(upload));
+    m_failed = !kxapp::WriteOut(m_options.json ? JsonLine(upload, fault, answer)
+                                               : Block(upload) + AnswerInWords(answer));
     return Deliver(fault, answer);
+}
+
+bf_kxepinfo::epinfo_msg_respone Manager::answer_to(const Upload& upload) {
+    auto answer = Accept(upload.message, upload.received.tv_sec);
+    if (m_database == nullptr) {
+        answer.set_duplicate(m_machines.is_duplicate(upload.message) ? 1 : 0);
+        return answer;
+    }
+    std::string fault;
+    if (const auto duplicate = m_database->keep(upload, fault)) {
+        answer.set_duplicate(*duplicate ? 1 : 0);
+        return answer;
+    }
+    kxapp::Complain("upload from %s is refused, since it cannot be kept: %s", upload.from.c_str(),
+                    fault.c_str());
+    answer.set_status(0);
+    answer.set_res_msg("the manager cannot keep the upload: " + fault);
+    return answer;
 }
 
 }  // namespace kxemgr

@@ -3,9 +3,13 @@
 #define KX_APPS_KXEMGR_MANAGER_H
 
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "common/fault.h"
 #include "common/service.h"
+#include "kxemgr/database.h"
+#include "kxemgr/known_machines.h"
 #include "kxemgr/upload.h"
 
 namespace kxemgr {
@@ -17,11 +21,14 @@ struct Options {
 
 class Manager {
   public:
-    Manager(const Options& options, kxapp::FaultPlan faults);
+    // Goes by `database`, or by its own memory when that is null.
+    Manager(const Options& options, kxapp::FaultPlan faults, std::unique_ptr<Database> database);
 
-    // Shows an upload on standard output and returns the answer to it. A request that is no upload
-    // is told on standard error: one of another type stays unanswered, a frame with a fault is
-    // refused, neither counts. The upload behind the last one is not answered.
+    // Shows an upload on standard output and returns the answer to it, once the database has it on
+    // disk. One that the database does not take is told on standard error too, and refused: the
+    // agent then knows that it must send its facts again. A request that is no upload is told on
+    // standard error: one of another type stays unanswered, a frame with a fault is refused,
+    // neither counts. The upload behind the last one is not answered.
     kxapp::Reply handle(const kxapp::Request& request);
 
     // The wanted number of uploads has been received.
@@ -31,9 +38,13 @@ class Manager {
 
   private:
     kxapp::Reply accept(const Upload& upload);
+    // The right answer.
+    bf_kxepinfo::epinfo_msg_respone answer_to(const Upload& upload);
 
     Options m_options;
     kxapp::FaultPlan m_faults;
+    std::unique_ptr<Database> m_database;
+    KnownMachines m_machines;  // not used with a database
     std::uint64_t m_received = 0;
     bool m_failed = false;
 };

@@ -4,8 +4,8 @@
 # To build and run the agent.
 packages_build=(
     build-essential cmake ninja-build pkg-config
-    libcli11-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev libuv1-dev
-    protobuf-compiler
+    libcli11-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev
+    libsqlite3-dev libuv1-dev protobuf-compiler
 )
 
 # To build, run and check the tests as well.

@@ -1,0 +1,55 @@
+// The manager's memory on disk: every upload, and the latest state of each agent.
+#ifndef KX_APPS_KXEMGR_DATABASE_H
+#define KX_APPS_KXEMGR_DATABASE_H
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kxemgr/machine.h"
+#include "kxemgr/sqlite.h"
+#include "kxemgr/upload.h"
+
+namespace kxemgr {
+
+// An SQLite file (tables: schema.cpp) with a write-ahead log, FILE-wal and FILE-shm beside it.
+// Other programs may read it at any time. It grows by each upload; old rows of `uploads` may be
+// deleted by whoever keeps it.
+class Database {
+  public:
+    // So long another process's lock is waited for. An agent waits 5 s for its answer.
+    static constexpr int kBusyMs = 2000;
+
+    // Opens the file, or makes it, readable by its owner only, and brings its schema up to date.
+    // Null when that cannot be done; `fault` then tells why, in words.
+    static std::unique_ptr<Database> Open(const std::string& file, std::string& fault);
+
+    // Keeps an upload. Returns whether it comes from another machine than its agent id belongs to,
+    // by the rules of KnownMachines (known_machines.h), but for as many agents as there are and
+    // across restarts.
+    //
+    // When it returns, the upload is on disk: neither the end of this process nor of the machine
+    // loses it. Nothing when it could not be kept; `fault` then tells why, in words, and the
+    // database is as before. The next one may be kept again: a disk gets room, a lock ends.
+    std::optional<bool> keep(const Upload& upload, std::string& fault);
+
+  private:
+    explicit Database(Connection connection);
+    bool keep(const Upload& upload);
+    // Returns whether it is a duplicate, which changes nothing.
+    bool keep_agent(const Upload& upload, std::int64_t now_ms);
+    Machine machine_of(std::uint32_t agent_id);
+    void insert_upload(const Upload& upload, std::int64_t now_ms, bool duplicate);
+    void update_agent(const bf_kxepinfo::epinfo& message, const Machine& machine,
+                      std::int64_t now_ms);
+    void check_that_file_is_there();
+
+    Connection m_connection;
+    Statement m_insert_upload;
+    Statement m_select_machine;
+    Statement m_update_agent;
+};
+
+}  // namespace kxemgr
+
+#endif  // KX_APPS_KXEMGR_DATABASE_H
