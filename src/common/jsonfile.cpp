@@ -40,7 +40,8 @@ JsonOwner LoadJsonFile(const char* path, json_error_t& error) {
     const std::unique_ptr<std::FILE, CloseFile> file(kxe_file_open(path, "r"));
     if (file == nullptr) {
         const int reason = errno;
-        (void)kxe_str_snprintf(error.text, sizeof error.text, "unable to open %s: %s", path,
+        // As the parser itself says it, who keeps the text's last byte for an error code.
+        (void)kxe_str_snprintf(error.text, sizeof error.text - 1, "unable to open %s: %s", path,
                                strerrordesc_np(reason));
         return nullptr;
     }

@@ -60,6 +60,16 @@ TEST_F(JsonFile, SaysWhyItCannotBeOpened) {
     EXPECT_THAT(error.text, testing::EndsWith("file.json: No such file or directory"));
 }
 
+TEST_F(JsonFile, TellsAsMuchOfALongPathAsTheParser) {
+    for (const std::size_t length : {100, 114, 115, 116, 117, 118, 119, 120, 200}) {
+        const std::string long_path = '/' + std::string(length, 'd');
+        json_error_t reason = {};
+        EXPECT_EQ(json_load_file(long_path.c_str(), JSON_DECODE_ANY, &reason), nullptr);
+        EXPECT_EQ(LoadJsonFile(long_path.c_str(), error), nullptr);
+        EXPECT_STREQ(error.text, reason.text);
+    }
+}
+
 TEST_F(JsonFile, ForgetsAnEarlierError) {
     EXPECT_EQ(Load(), nullptr);
     EXPECT_NE(Load("1"), nullptr);
