@@ -30,7 +30,8 @@ struct Member {
 };
 
 // In the order in which they are handled: "plus" follows whatever "components" left behind, the
-// default included.
+// default included. Operators search for the complaints as they are, the two blanks of the first
+// one included; only "plus" is no error when it is missing, since not every release has one.
 constexpr Member kMembers[] = {
     {"components", &_stExtInfo::agent_version, false, kLogError,
      "component version  parameter is invalid!"},
@@ -59,7 +60,7 @@ void SetDefaultVersions(std::string_view path, _stExtInfo& out) {
     out.virus_version = is_own ? "20190220222616" : "0";
     out.patchdb_version = is_own ? "20190227112530" : "0";
     out.ioadb_version = "0";
-    out.iocdb_version = "0.0";
+    out.iocdb_version = "0.0";  // its versions have two parts, also where there is none
 }
 
 bool FillVersions(const json_t* document, _stExtInfo& out) {
