@@ -4,28 +4,39 @@
 #
 #   resmon_export.sh get_linux_dist_ver    prints the distribution's name and version on one line
 
-# Callers read into small fixed buffers.
+# Text is bytes, whatever the caller's locale: callers read into small fixed buffers.
+LC_ALL=C
 readonly longest_line=120
 
-# Takes the quotes and the escapes off a value of an os-release file: unquote VALUE RESULT_NAME
+# Of a file of the system no more is read than this many pieces of lines.
+readonly most_pieces=256
+readonly longest_piece=1024
+
+# Takes the blanks, the quotes and the escapes off a value of an os-release file:
+# unquote VALUE RESULT_NAME
 unquote() {
     local text=$1
+    text=${text#"${text%%[![:blank:]]*}"}
+    text=${text%"${text##*[![:blank:]]}"}
     case $text in
-        \"*\") text=${text#\"} text=${text%\"} ;;
-        \'*\') text=${text#\'} text=${text%\'} ;;
+        \'*\') text=${text:1:-1} ;;
+        \"*\")
+            text=${text:1:-1}
+            text=${text//\\\"/\"}
+            text=${text//\\\$/\$}
+            text=${text//\\\`/\`}
+            text=${text//\\\\/\\}
+            ;;
     esac
-    text=${text//\\\"/\"}
-    text=${text//\\\$/\$}
-    text=${text//\\\`/\`}
-    text=${text//\\\\/\\}
     printf -v "$2" '%s' "$text"
 }
 
 # Reads NAME, VERSION, VERSION_ID and PRETTY_NAME of an os-release file. The file is data: it is
 # parsed, never run.
 read_os_release() {
-    local line
-    while IFS= read -r line || [[ -n $line ]]; do
+    local line pieces=0
+    while ((pieces++ < most_pieces)) &&
+        { IFS= read -r -n "$longest_piece" line || [[ -n $line ]]; }; do
         line=${line%$'\r'}
         case $line in
             NAME=*) unquote "${line#*=}" name ;;
@@ -36,8 +47,22 @@ read_os_release() {
     done <"$1"
 }
 
+# Prints a text as one line that is not too long, cut before a character of several bytes rather
+# than inside it.
+print_line() {
+    local text=${1//[[:cntrl:]]/ }
+    if ((${#text} > longest_line)); then
+        text=${text:0:longest_line}
+        while [[ $text == *[$'\x80'-$'\xbf'] ]]; do
+            text=${text%?}
+        done
+        text=${text%[$'\xc0'-$'\xff']}
+    fi
+    printf '%s\n' "$text"
+}
+
 get_linux_dist_ver() {
-    local name='' version='' version_id='' pretty_name='' file text
+    local name='' version='' version_id='' pretty_name='' file
     for file in /etc/os-release /usr/lib/os-release; do
         if [[ -f $file && -r $file ]]; then
             read_os_release "$file"
@@ -46,18 +71,16 @@ get_linux_dist_ver() {
     done
     version=${version:-$version_id}
     if [[ -n $name ]]; then
-        text=$name${version:+ $version}
+        print_line "$name${version:+ $version}"
     elif [[ -n $pretty_name ]]; then
-        text=$pretty_name
+        print_line "$pretty_name"
     else
         # Nothing names the distribution: the kernel's own name and release.
         local system='' release=''
         [[ -r /proc/sys/kernel/ostype ]] && IFS= read -r system </proc/sys/kernel/ostype
         [[ -r /proc/sys/kernel/osrelease ]] && IFS= read -r release </proc/sys/kernel/osrelease
-        text=${system:-Linux}${release:+ $release}
+        print_line "${system:-Linux}${release:+ $release}"
     fi
-    text=${text//[[:cntrl:]]/ }
-    printf '%s\n' "${text:0:longest_line}"
 }
 
 case ${1-} in
