@@ -1,0 +1,77 @@
+// The input is an upload without its frame header. What the manager makes of it for people disturbs
+// no terminal, what it makes for scripts is JSON, and the entries of its lists were counted before
+// it was decoded.
+#include <algorithm>
+#include <cstdlib>
+
+#include "common/frame.h"
+#include "common/json.h"
+#include "common/text.h"
+#include "kxemgr/block.h"
+#include "kxemgr/json_line.h"
+#include "kxemgr/listed.h"
+#include "kxemgr/machine.h"
+
+namespace {
+
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+
+void Require(bool fact) {
+    if (!fact) {
+        std::abort();
+    }
+}
+
+std::size_t Entries(const Message& message) {
+    const auto& access = *message.GetReflection();
+    std::vector<const FieldDescriptor*> fields;
+    access.ListFields(message, &fields);
+    std::size_t count = 0;
+    for (const FieldDescriptor* field : fields) {
+        const bool is_message = field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE;
+        if (!field->is_repeated()) {
+            count += is_message ? Entries(access.GetMessage(message, field)) : 0;
+            continue;
+        }
+        const int size = access.FieldSize(message, field);
+        count += static_cast<std::size_t>(size);
+        for (int i = 0; is_message && i < size; ++i) {
+            count += Entries(access.GetRepeatedMessage(message, field, i));
+        }
+    }
+    return count;
+}
+
+void RequireHarmless(std::string block) {
+    block.erase(std::remove(block.begin(), block.end(), '\n'), block.end());
+    Require(kxapp::Printable(block) == block);
+}
+
+void RequireJson(const std::string& line) {
+    json_error_t error;
+    Require(kxapp::Json(json_loadb(line.data(), line.size(), JSON_ALLOW_NUL, &error)) != nullptr);
+    Require(std::count(line.begin(), line.end(), '\n') == 1 && line.back() == '\n');
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string frame =
+        kxapp::MakeFrame(std::string_view(reinterpret_cast<const char*>(data), size));
+    std::string fault;
+    const auto upload = kxemgr::ReadUpload({"agt_ei", 1, 0, frame}, {1'700'000'000, 0}, fault);
+    Require(upload.has_value() == fault.empty());
+    if (!upload) {
+        return 0;
+    }
+    Require(Entries(upload->message) <=
+            kxemgr::CountListed(upload->payload, *upload->message.GetDescriptor()));
+    RequireHarmless(kxemgr::Block(*upload));
+    RequireJson(kxemgr::JsonLine(*upload, "", {}));
+    if (const auto machine = kxemgr::ReportedMachine(upload->message)) {
+        Require(kxemgr::SplitMacs(kxemgr::JoinMacs(machine->macs)) == machine->macs);
+        Require(!kxemgr::IsOtherMachine(*machine, *machine));
+    }
+    return 0;
+}
