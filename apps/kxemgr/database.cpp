@@ -118,11 +118,8 @@ bool Database::keep_agent(const Upload& upload, std::int64_t now_ms) {
         return false;
     }
     Machine machine = machine_of(agent_id);
-    if (const auto reported = ReportedMachine(upload.message)) {
-        if (IsOtherMachine(machine, *reported)) {
-            return true;
-        }
-        Learn(machine, *reported);
+    if (IsDuplicate(machine, upload.message)) {
+        return true;
     }
     update_agent(upload.message, machine, now_ms);
     return false;

@@ -24,9 +24,8 @@ class Database {
     // Null when that cannot be done; `fault` then tells why, in words.
     static std::unique_ptr<Database> Open(const std::string& file, std::string& fault);
 
-    // Keeps an upload. Returns whether it comes from another machine than its agent id belongs to,
-    // by the rules of KnownMachines (known_machines.h), but for as many agents as there are and
-    // across restarts.
+    // Keeps an upload. Returns whether it comes from another machine than its agent id belongs to
+    // (IsDuplicate of machine.h); one without an agent id (0) does not.
     //
     // When it returns, the upload is on disk: neither the end of this process nor of the machine
     // loses it. Nothing when it could not be kept; `fault` then tells why, in words, and the

@@ -16,7 +16,7 @@ namespace kxemgr {
 //   frame        length (whole), payload_type, payload_length: numbers
 //   epinfo       the message (MessageToJson of common/decode.h)
 //   not_utf8     paths of strings in it that were not UTF-8 and are shown with \xNN for each wrong
-//                byte; mostly empty
+//                byte and each backslash, so that their bytes can be told; mostly empty
 //   fault        the --fault that the answer suffered, or null
 //   answer       the answer as it would be without a fault on its way
 std::string JsonLine(const Upload& upload, std::string_view fault,

@@ -3,16 +3,7 @@
 namespace kxemgr {
 
 bool KnownMachines::is_duplicate(const bf_kxepinfo::epinfo& upload) {
-    const auto reported = ReportedMachine(upload);
-    if (!reported || upload.agent_id() == 0) {
-        return false;
-    }
-    Machine& known = machine_of(upload.agent_id());
-    if (IsOtherMachine(known, *reported)) {
-        return true;
-    }
-    Learn(known, *reported);
-    return false;
+    return upload.agent_id() != 0 && IsDuplicate(machine_of(upload.agent_id()), upload);
 }
 
 Machine& KnownMachines::machine_of(std::uint32_t agent_id) {

@@ -68,6 +68,18 @@ void Learn(Machine& known, const Machine& reported) {
     }
 }
 
+bool IsDuplicate(Machine& known, const bf_kxepinfo::epinfo& upload) {
+    const auto reported = ReportedMachine(upload);
+    if (!reported) {
+        return false;
+    }
+    if (IsOtherMachine(known, *reported)) {
+        return true;
+    }
+    Learn(known, *reported);
+    return false;
+}
+
 std::string JoinMacs(const std::set<std::string>& macs) {
     std::string text;
     for (const std::string& mac : macs) {

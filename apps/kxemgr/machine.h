@@ -44,6 +44,12 @@ bool IsOtherMachine(const Machine& known, const Machine& reported);
 // has just lost its network must not become one that nothing can be compared with.
 void Learn(Machine& known, const Machine& reported);
 
+// Whether the upload comes from another machine than `known`, to which its agent id belongs; if
+// not, learns what it reports. An id belongs to the machine that used it first: the other one is
+// told, and draws an id of its own at its next start. Until then each of its uploads with agent
+// facts is a duplicate; those without can come from either, and are none.
+bool IsDuplicate(Machine& known, const bf_kxepinfo::epinfo& upload);
+
 // The MACs as one text and back, joined by a comma.
 std::string JoinMacs(const std::set<std::string>& macs);
 std::set<std::string> SplitMacs(const std::string& text);

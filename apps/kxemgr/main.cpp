@@ -13,17 +13,14 @@ constexpr char kBusName[] = "mgr_ei";
 constexpr std::uint64_t kMostCount = 1'000'000'000;
 constexpr char kDescription[] =
     "Receives the uploads of the endpoint-information module as the manager \"mgr_ei\" on the "
-    "local "
-    "bus, checks, shows and answers them. An agent whose id was seen on another machine (host "
-    "name, "
-    "MACs and virtual machine's id all known and all different) is told that it is a duplicate.";
-constexpr char kJsonText[] =
+    "local bus, checks, shows and answers them. An agent whose id belongs to another machine (host "
+    "name, MACs and virtual machine's id all known and all different) is told that it is a "
+    "duplicate.";
+constexpr char kTextInOutput[] =
     "Text in JSON is exact to the byte: a zero byte is \\u0000, and where text is not UTF-8 each "
-    "wrong "
-    "byte and each backslash is written as \\xNN and its path is in \"not_utf8\", which has room "
-    "for "
-    "100. For people, text ends at its first zero byte, and what could disturb a terminal is "
-    "written as \\xNN.";
+    "wrong byte and each backslash becomes \\xNN and the text's path is in \"not_utf8\", which has "
+    "room for 100. For people, text ends at its first zero byte, and bytes that are not UTF-8 or "
+    "could disturb a terminal become \\xNN.";
 constexpr char kExitStatus[] =
     "Exit status: 0 ended by --count or a signal; 1 the database cannot be opened, the bus name "
     "cannot be taken, or standard output cannot be written; 64 wrong arguments.";
@@ -43,7 +40,7 @@ struct Arguments {
 std::optional<int> ReadArguments(int argc, char** argv, Arguments& arguments) {
     CLI::App app{kDescription, "kxemgr"};
     app.footer(
-        std::string(kJsonText) +
+        std::string(kTextInOutput) +
         "\n\nKinds of fault, for each answer; uploads are received and kept all the same:\n" +
         kxapp::DescribeFaults(kxemgr::FaultKinds()) + "\n" + kExitStatus);
     app.add_flag("--json", arguments.options.json,
