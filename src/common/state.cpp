@@ -9,5 +9,6 @@ std::set<std::string> s_recordedIpv4;
 
 uint32_t g_preOnlineState = 1;
 uint32_t Attempt_Times = 0;
+int s_checkAgentTimes = 0;
 uint32_t s_heartbeatMisses = 0;
 bool s_ipv4RecordRead = false;

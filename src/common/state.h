@@ -17,6 +17,9 @@
 extern _stAgentInfo s_lastAgentInfo;
 extern _stUsrLogInfo s_lastUsrLogInfo;
 
+// Cycles that have compared agent facts since they were last added to an upload.
+extern int s_checkAgentTimes;
+
 // How many heartbeats in a row reported the status 0; the heartbeat handler's alone.
 extern uint32_t s_heartbeatMisses;
 

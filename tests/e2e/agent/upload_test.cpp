@@ -50,7 +50,7 @@ TEST_F(Uploads, CarryTheResourceUsageOfThisMachine) {
     const Json upload = Upload(0);
     ASSERT_NE(upload, nullptr);
     EXPECT_EQ(Text(upload.get(), "from"), "agt_ei");
-    EXPECT_EQ(Number(upload.get(), "epinfo.cmd"), 2);
+    EXPECT_EQ(Number(upload.get(), "epinfo.cmd") & 2, 2);
     EXPECT_EQ(Number(upload.get(), "epinfo.rc_info.mem_total"), KernelMemTotal());
     EXPECT_GT(Number(upload.get(), "epinfo.rc_info.mem_usaged"), 0);
     EXPECT_LE(Number(upload.get(), "epinfo.rc_info.mem_usaged"), KernelMemTotal());
@@ -76,8 +76,7 @@ TEST_F(Uploads, AreAnsweredAndFollowEachOther) {
     EXPECT_EQ(manager().wait(), 0);
     EXPECT_EQ(manager().wait_for_lines(3).size(), 3U);
     // The last answer was given before the manager ended; the module may still be reading it.
-    EXPECT_TRUE(WaitUntil(
-        [&] { return CountOf(installation().log(), "send msg <type: 2> to mgr success") == 3; }));
+    EXPECT_TRUE(WaitUntil([&] { return CountOf(installation().log(), "to mgr success") == 3; }));
 }
 
 TEST_F(Uploads, TheAnswerSaysWhatItAnswers) {
@@ -86,7 +85,7 @@ TEST_F(Uploads, TheAnswerSaysWhatItAnswers) {
     const Json upload = Upload(0);
     ASSERT_NE(upload, nullptr);
     EXPECT_EQ(Number(upload.get(), "answer.status"), 1);
-    EXPECT_EQ(Number(upload.get(), "answer.cmd_type"), 2);
+    EXPECT_EQ(Number(upload.get(), "answer.cmd_type"), Number(upload.get(), "epinfo.cmd"));
     EXPECT_TRUE(Logs("The time difference between MGR and Agent is ["));
 }
 
@@ -123,7 +122,7 @@ TEST_F(Uploads, BeginWhenALateManagerComes) {
     ASSERT_TRUE(Logs("send msg to mgr failed with error msg: "));
     StartManager();
     EXPECT_NE(Upload(0), nullptr);
-    EXPECT_TRUE(Logs("send msg <type: 2> to mgr success"));
+    EXPECT_TRUE(Logs("to mgr success"));
 }
 
 TEST_F(Uploads, GoOnWithAManagerThatWasKilledAndCameBack) {
@@ -181,7 +180,7 @@ TEST_F(LongPath, AnInstallationWhosePathNoSocketAddressHoldsWorks) {
     StartManager();
     StartHost();
     EXPECT_NE(Upload(0), nullptr);
-    EXPECT_TRUE(Logs("send msg <type: 2> to mgr success"));
+    EXPECT_TRUE(Logs("to mgr success"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "epinfo.pb.h"
+#include "fixed_collectors.h"
 #include "installation.h"
 #include "ipc/epinfoipc.h"
 #include "ipc/response.h"
@@ -25,6 +26,7 @@ class CollectionCycle : public kxtest::InstallationTest {
     void SetUp() override {
         InstallationTest::SetUp();
         UseRecordingAgent();
+        ResetCollectors();
         ipc = std::make_unique<CEpInfoIpc>();
         ASSERT_EQ(ipc->IpcInit(), 0);
         ClearJournal();
@@ -129,6 +131,11 @@ TEST_F(CollectionCycle, WithTheUninstallationGoneUploadsGoOn) {
     std::filesystem::remove(file);
     ProcessMain(ipc.get(), &exit_flag);
     EXPECT_EQ(SentUploads().size(), 1U);
+}
+
+TEST_F(CollectionCycle, AnUninstallationIsLookedForAtEachOfThreePoints) {
+    EXPECT_EQ(ProcessMain(ipc.get(), &exit_flag), 0);
+    EXPECT_EQ(looks_for_uninstallation, 3);
 }
 
 TEST_F(CollectionCycle, AnyNumberButZeroIsAStop) {

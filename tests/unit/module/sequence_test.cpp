@@ -5,6 +5,7 @@
 #include <latch>
 
 #include "fake_agent.h"
+#include "fixed_collectors.h"
 #include "installation.h"
 #include "kxepinfo.h"
 #include "module/timer.h"
@@ -64,6 +65,10 @@ const std::vector<std::string> kCycle = {
     "4 agentres: mem_usaged: 600",
     "4 agentres: mem_total: 1000",
     "4 kxepproto: cpu_usage:50.00(%),mem_total:1000(kB),mem_used:600(kB)",
+    "collect agent",
+    "compare agent",
+    "collect login",
+    "compare login",
 };
 
 const std::vector<std::string> kSent = {
@@ -76,6 +81,7 @@ using ModuleLife = kxtest::InstallationTest;
 }  // namespace
 
 TEST_F(ModuleLife, CallsAndLogsInThisOrder) {
+    ResetCollectors();
     UseRecordingAgent().loop_once = LoopOnce;
     kxtest::Agent().cl_ev_create_isolated_thread = CreateWorker;
     kxtest::Agent().cl_event_loop_wake = [](pthread_t) {
