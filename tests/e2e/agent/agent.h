@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,14 @@ class AgentTest : public ::testing::Test {
                        const Program::Options& options = {}) {
         return Start(m_host, "kxehost", std::move(arguments), options);
     }
+    // With time running twenty times faster: an upload every tenth of a second.
+    Program& StartQuickHost() {
+        const char* const options = std::getenv("ASAN_OPTIONS");
+        const std::string asan = options == nullptr ? "" : std::string(options) + ":";
+        return StartHost({}, {{{"LD_PRELOAD", KX_QUICK_TIME},
+                               {"ASAN_OPTIONS", asan + "verify_asan_link_order=0"}},
+                              ""});
+    }
     // With --json, listening when this returns.
     Program& StartManager(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.begin(), "--json");
@@ -44,6 +53,9 @@ class AgentTest : public ::testing::Test {
     }
 
     Program& manager() { return *m_manager; }
+
+    // How many uploads the manager has printed so far.
+    std::size_t UploadCount() { return m_manager->wait_for_lines(0).size(); }
 
     // The upload of that number, the first being 0, as kxemgr prints it.
     Json Upload(std::size_t number) {
