@@ -43,7 +43,17 @@ class ManagerDatabase : public ::testing::Test {
         return sender.output();
     }
 
-    kxemgr::Connection Connect() const { return kxemgr::OpenConnection(file(), 0); }
+    // To a copy of the files, so that the next manager finds them as the last one left them.
+    kxemgr::Connection Connect() const {
+        const std::string copy = m_installation.path("var/copy.db").string();
+        for (const char* suffix : {"", "-wal"}) {
+            std::filesystem::remove(copy + suffix);
+            if (std::filesystem::exists(file() + suffix)) {
+                std::filesystem::copy_file(file() + suffix, copy + suffix);
+            }
+        }
+        return kxemgr::OpenConnection(copy, 0);
+    }
 
     AgentInstallation m_installation;
 
