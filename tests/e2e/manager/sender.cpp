@@ -69,11 +69,9 @@ class Sender {
         return m_endless || m_left > 0;
     }
 
-    // One connection is answered in order, so this is the first question that waits.
     static void OnAnswer(int status, unsigned, const char* data, unsigned len, void* user) {
         const Question question = *static_cast<const Question*>(user);
         Sender& self = *question.sender;
-        self.m_waiting.pop_front();
         std::string fault;
         bf_kxepinfo::epinfo_msg_respone answer;
         const auto payload =
@@ -82,6 +80,11 @@ class Sender {
             !answer.ParseFromArray(payload->data(), static_cast<int>(payload->size()))) {
             self.m_lost = true;
             return;
+        }
+        // One connection is answered in order, so this was the first question that waits; after a
+        // loss, of which all questions are told in any order, none is taken away.
+        if (!self.m_lost) {
+            self.m_waiting.pop_front();
         }
         (void)kxapp::WriteOut(std::to_string(question.number) + " " +
                               std::to_string(answer.status()) + " " +
