@@ -1,43 +1,28 @@
 // The named lock between processes.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "child_process.h"
 #include "installation.h"
 #include "kxe_glock.h"
 #include "lock_handle.h"
+
+using kxtest::ExitOf;
+using kxtest::InChild;
 
 namespace {
 
 constexpr char kName[] = "between processes";
 constexpr unsigned kLongMs = 60000;  // a guard against hanging
-
-// Runs `work` in a child process that dies with this one; its result is the exit code.
-pid_t InChild(const std::function<int()>& work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        _exit(work());
-    }
-    EXPECT_GT(child, 0);
-    return child;
-}
-
-int ExitOf(pid_t child) {
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
 
 // A child that acquired the lock with a handle of its own and keeps it until it is killed.
 pid_t HolderOfTheLock() {
