@@ -1,101 +1,23 @@
 // The conversations over the real bus, with peers in the same process.
 #include <cerrno>
-#include <filesystem>
-#include <functional>
-#include <memory>
 #include <string>
 
 #include "answer_frames.h"
 #include "common/state.h"
-#include "installation.h"
 #include "ipc/cfgrequest.h"
-#include "ipc/inbound.h"
 #include "ipc/response.h"
-#include "ipc_fixture.h"
+#include "real_bus.h"
 
-namespace fs = std::filesystem;
+using kxtest::Address;
+using kxtest::Answerer;
 using kxtest::LoggedLinesUpTo;
 using kxtest::LogLine;
+using kxtest::Member;
+using kxtest::Outcome;
+using kxtest::RealBus;
+using kxtest::RunUntil;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
-
-struct Leave {
-    void operator()(nox_ipc_st* ipc) const { nox_ipc_destroy(ipc); }
-    void operator()(nox_addr_st* address) const { nox_addr_destroy(address); }
-};
-using Member = std::unique_ptr<nox_ipc_st, Leave>;
-using Address = std::unique_ptr<nox_addr_st, Leave>;
-
-// Lets the bus work until something has happened; the test's time limit guards it.
-void RunUntil(const std::function<bool()>& happened) {
-    while (!happened()) {
-        (void)cl_event_loop_once();
-    }
-}
-
-// A peer that answers every request with the same bytes.
-class Answerer {
-  public:
-    Answerer(const char* name, unsigned type, std::string answer)
-        : answer_type(type), bytes(std::move(answer)), member(nox_ipc_create(name, 0)) {
-        EXPECT_EQ(nox_ipc_on_request(member.get(), Answer, this), 0);
-    }
-
-    std::string received;
-    int count = 0;
-
-  private:
-    static void Answer(nox_ipc_st* ipc, const nox_addr_st* from, unsigned id, unsigned /*type*/,
-                       const char* data, unsigned len, void* self) {
-        auto* const answerer = static_cast<Answerer*>(self);
-        answerer->received.assign(data, len);
-        ++answerer->count;
-        // Who asked may be gone by now; a test that waits for the answer sees whether it came.
-        (void)nox_ipc_response(ipc, from, id, answerer->answer_type, answerer->bytes.data(),
-                               kxtest::Size(answerer->bytes));
-    }
-
-    const unsigned answer_type;
-    const std::string bytes;
-    const Member member;
-};
-
-// What a peer of the module got as its answer.
-struct Outcome {
-    bool happened = false;
-    int status = 0;
-    unsigned type = 0;
-    std::string data;
-
-    static void Receive(int status, unsigned type, const char* data, unsigned len, void* self) {
-        *static_cast<Outcome*>(self) = {true, status, type, std::string(data, len)};
-    }
-};
-
-class RealBus : public kxtest::InstallationTest {
-  protected:
-    void SetUp() override {
-        InstallationTest::SetUp();
-        fs::create_directory(kxtest::InstallationRoot() / "config");
-        kxtest::ClearLog();
-        kxtest::ResetAgent();
-        Attempt_Times = 0;
-        g_preOnlineState = 1;
-        ASSERT_EQ(endpoint.IpcInit(), 0);
-        ASSERT_EQ(endpoint.RegisterIpcRecvReqCallback(IpcOnReqRecv, &endpoint), 0);
-        ASSERT_EQ(endpoint.RegisterIpcRecvCallback(IpcOnMsgRecv, &endpoint), 0);
-    }
-
-    std::string NetConfig() {
-        return kxtest::ReadFile(kxtest::InstallationRoot() / "config/net_config.ini");
-    }
-
-    CEpInfoIpc endpoint;
-};
-
-}  // namespace
 
 TEST_F(RealBus, AnUploadReachesTheManagerAndItsAnswerSetsOnline) {
     Answerer manager("mgr_ei", 0, kxtest::Frame(kxtest::Accepted()));
@@ -131,12 +53,7 @@ TEST_F(RealBus, TheConfigurationCentresAnswerIsMirrored) {
 TEST_F(RealBus, AChangeNotificationBringsTheNewAddresses) {
     Answerer centre("agt_cfgc", 1004,
                     kxtest::PackedAddresses("1", std::vector<std::string>{"10.0.0.1"}));
-    const Member notifier(nox_ipc_create("notifier", 0));
-    const Address module(nox_addr_create("agt_ei", 0, 0));
-    const std::string change = kxtest::Packed("change", {{"global", "1"}});
-    ASSERT_EQ(
-        nox_ipc_send_msg(notifier.get(), module.get(), 1002, change.data(), kxtest::Size(change)),
-        0);
+    Notify();
     RunUntil([] { return !LoggedLinesUpTo(3).empty(); });
     EXPECT_EQ(centre.count, 1);
     EXPECT_EQ(NetConfig(), "[multi_ip]\ncounts=1\nip0=10.0.0.1\n");

@@ -134,6 +134,27 @@ TEST_F(IpList, AKeyThatIsThereKeepsItsValue) {
     EXPECT_THAT(ips, ElementsAre(Pair("ip0", "first"), Pair("ip1", "b")));
 }
 
+// The library refuses such a message, so no two readers of it can see different addresses.
+TEST_F(IpList, WithOneKeyTwiceCannotBeRead) {
+    std::string nested = Packed("n", {{"ip0", "a"}, {"ip9", "b"}});
+    nested.replace(nested.find("ip9"), 3, "ip0");
+    EXPECT_FALSE(Read(Packed("answer", {{"count", "1"}, {"multi_ip", nested}})));
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(LogLine{2, "cfgparser", "xmsg_unpack pXmsgIpData failed"}));
+    EXPECT_THAT(ips, IsEmpty());
+    EXPECT_EQ(messages.Count(), 0);
+}
+
+TEST_F(IpList, WithTwoCountsCannotBeRead) {
+    std::string answer =
+        Packed("a", {{"count", "1"}, {"counT", "2"}, {"multi_ip", Packed("n", {})}});
+    answer.replace(answer.find("counT"), 5, "count");
+    EXPECT_FALSE(Read(answer));
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(LogLine{2, "cfgparser", "xmsg_unpack pXmsgData failed"}));
+    EXPECT_EQ(messages.Count(), 0);
+}
+
 TEST_F(IpList, NeedsAMessage) {
     EXPECT_FALSE(Read("garbage"));
     EXPECT_FALSE(GetIpConfInfo(nullptr, 0, ips));
