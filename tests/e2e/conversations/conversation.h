@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "agent.h"
+#include "text.h"
 
 namespace kxtest {
 
@@ -32,12 +33,7 @@ class ConversationTest : public AgentTest {
 
     // net_config.ini without empty lines.
     std::string MirrorFile() const {
-        std::istringstream all(installation().read("config/net_config.ini"));
-        std::string lines;
-        for (std::string line; std::getline(all, line);) {
-            lines += line.empty() ? "" : line + "\n";
-        }
-        return lines;
+        return WithoutEmptyLines(installation().read("config/net_config.ini"));
     }
 
     static std::string MirrorOf(const std::string& address) {

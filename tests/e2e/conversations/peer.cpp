@@ -14,6 +14,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "cl_ev.h"
 #include "common/keyvalue.h"

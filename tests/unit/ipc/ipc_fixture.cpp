@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <sstream>
-
 #include "common/state.h"
 
 namespace kxtest {
@@ -93,15 +91,6 @@ std::string PackedAddresses(const std::string& count, const std::vector<std::str
         addresses.emplace_back("ip" + std::to_string(addresses.size()), value);
     }
     return PackedAddresses(count, addresses);
-}
-
-std::string WithoutEmptyLines(const std::string& text) {
-    std::string lines;
-    std::istringstream all(text);
-    for (std::string line; std::getline(all, line);) {
-        lines += line.empty() ? "" : line + "\n";
-    }
-    return lines;
 }
 
 LiveMessages::LiveMessages() {

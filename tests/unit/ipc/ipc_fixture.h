@@ -78,9 +78,6 @@ std::string PackedAddresses(const std::string& count, const Entries& addresses);
 // The same, and keys "ip0", "ip1" and so on: as many as there are values.
 std::string PackedAddresses(const std::string& count, const std::vector<std::string>& values);
 
-// An INI file's text; where empty lines stand in it is the INI library's business.
-std::string WithoutEmptyLines(const std::string& text);
-
 // Counts the messages made and not yet released, of all kinds.
 class LiveMessages {
   public:

@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -14,15 +13,14 @@
 #include "child_process.h"
 #include "ipc/cfgparser.h"
 #include "ipc_fixture.h"
+#include "net_config.h"
+#include "text.h"
 
 namespace fs = std::filesystem;
 using kxtest::ExitOf;
 using kxtest::InChild;
 
 namespace {
-
-constexpr char kLockName[] = "Global\\{C9580F9C-A601-4300-879D-F54133492687}";
-constexpr unsigned kLongMs = 60000;  // a guard against hanging
 
 using Values = std::vector<std::string>;
 
@@ -55,26 +53,9 @@ class NetConfigProcess : public kxtest::IpcTest {
 
     void ExpectLockIsFree() {
         kxe_glock* lock = nullptr;
-        ASSERT_EQ(kxe_glock_init(kLockName, &lock), 0);
+        ASSERT_EQ(kxe_glock_init(kxtest::kNetConfigLock, &lock), 0);
         EXPECT_EQ(kxe_glock_acquire_timeout(lock, 0), 0);
         kxe_glock_destroy(lock);
-    }
-
-    // Another part of the agent: adds one to the number in a section of its own, under the lock.
-    bool CountInSection(kxe_glock* lock, const char* section) const {
-        if (kxe_glock_acquire_timeout(lock, kLongMs) != 0) {
-            return false;
-        }
-        ini_file* const ini = ini_file_load(file.c_str());
-        const char* const number = ini == nullptr ? nullptr : ini_file_get(ini, section, "number");
-        const int value = number == nullptr ? -1 : std::atoi(number);
-        const bool saved =
-            value >= 0 &&
-            ini_file_set(ini, section, "number", std::to_string(value + 1).c_str()) == 0 &&
-            ini_file_save(ini, file.c_str(), 0) == 0;
-        ini_file_free(ini);
-        kxe_glock_release(lock);
-        return saved;
     }
 
     const fs::path file = kxtest::InstallationRoot() / "config/net_config.ini";
@@ -172,8 +153,8 @@ TEST_F(NetConfigProcess, WritersUnderTheLockLoseNothingOfEachOther) {
     for (const std::string& section : sections) {
         children.push_back(InChild([&] {
             kxe_glock* lock = nullptr;
-            int done = kxe_glock_init(kLockName, &lock) == 0 ? 0 : kTurns + 1;
-            while (done < kTurns && CountInSection(lock, section.c_str())) {
+            int done = kxe_glock_init(kxtest::kNetConfigLock, &lock) == 0 ? 0 : kTurns + 1;
+            while (done < kTurns && kxtest::AddOne(lock, file.c_str(), section.c_str())) {
                 ++done;
             }
             return done == kTurns ? 0 : 1;

@@ -5,6 +5,7 @@
 #include "ipc/cfgparser.h"
 #include "ipc/cfgrequest.h"
 #include "ipc_fixture.h"
+#include "text.h"
 
 namespace fs = std::filesystem;
 using kxtest::LoggedLines;
