@@ -17,8 +17,8 @@ int GetAgentInfo(_stAgentInfo& out);
 //
 // Adapters come first: when they differ, their new IPv4 addresses are recorded and reported to the
 // tracing SDK, whatever else has changed. Then the address that links to the manager: unless it is
-// the one over which the manager last answered, current.is_ip_changed becomes true, and versions and
-// system facts are not looked at (their log lines do not appear in that cycle). Otherwise
+// the one over which the manager last answered, current.is_ip_changed becomes true, and versions
+// and system facts are not looked at (their log lines do not appear in that cycle). Otherwise
 // current.is_ip_changed becomes false and versions follow; system facts count only when nothing
 // before them has changed.
 bool IsAgentInfoChanged(_stAgentInfo& previous, _stAgentInfo& current);

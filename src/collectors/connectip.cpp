@@ -1,23 +1,17 @@
 // The address that links to the manager, as the agent's connection component leaves it in a file.
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 
 #include "collectors/netinfo.h"
+#include "common/iniowner.h"
 #include "common/log.h"
 #include "common/path.h"
 #include "common/state.h"
-#include "ini_file.h"
 
 namespace {
 
 constexpr char kLogTag[] = "netinfo";
 constexpr char kSection[] = "connect";
-
-struct FreeIni {
-    void operator()(ini_file* ini) const { ini_file_free(ini); }
-};
-using Ini = std::unique_ptr<ini_file, FreeIni>;
 
 // False when it is not there.
 bool MoveToFront(std::vector<std::string>& addresses, const std::string& address) {
@@ -51,7 +45,7 @@ bool MoveHolderToFront(std::vector<_stAdapterInfo>& adapters, const std::string&
 int TransNetInfo(std::vector<_stAdapterInfo>& adapters) {
     char path[kPathSize] = {};
     ep_dirutils_path_transform("@/../var/connect.ini", path, sizeof path);
-    const Ini ini(ini_file_load(path));
+    const IniOwner ini(ini_file_load(path));
     if (ini == nullptr) {
         const int error = errno;
         EP_LOG(kLogError, "Failed to load ini:%s with errno: %d", path, error);

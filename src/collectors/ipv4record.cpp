@@ -1,16 +1,15 @@
 // The record of IPv4 addresses that were told, in memory and in a file that outlives the process.
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <string_view>
 #include <utility>
 
 #include "collectors/netinfo.h"
+#include "common/iniowner.h"
 #include "common/log.h"
 #include "common/path.h"
 #include "common/state.h"
 #include "kxe_base.h"
-#include "kxe_ini.h"
 
 namespace {
 
@@ -22,11 +21,6 @@ constexpr std::size_t kTextSize = 4096;
 constexpr std::size_t kPieceSize = 1024;
 
 using Addresses = std::set<std::string>;
-
-struct FreeIni {
-    void operator()(kxe_ini_file* ini) const { kxe_ini_file_free(ini); }
-};
-using Ini = std::unique_ptr<kxe_ini_file, FreeIni>;
 
 // Text between commas, empty text included: of an empty value one piece.
 void AddPieces(std::string_view value, Addresses& addresses) {
@@ -82,7 +76,7 @@ void RecordIpv4Addresses(const std::vector<_stAdapterInfo>& current, std::set<st
     added.clear();
     char path[kRecordPathSize] = {};
     ep_dirutils_path_transform("@/../config/server_port.ini", path, sizeof path);
-    const Ini ini(kxe_ini_file_load(path));
+    const KxeIniOwner ini(kxe_ini_file_load(path));
     if (ini == nullptr) {
         return;
     }

@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <memory>
 
+#include "common/iniowner.h"
 #include "common/log.h"
-#include "ini_file.h"
 #include "ipc/cfgparser.h"
 #include "ipc/createfile.h"
 #include "kxe_base.h"
@@ -27,14 +27,10 @@ struct EndLock {
     }
 };
 
-struct FreeIni {
-    void operator()(ini_file* ini) const { ini_file_free(ini); }
-};
-
 // What one write holds. Members go in reverse order: first the lock, last the file that was made.
 struct NetConfig {
     CreatedFile created;
-    std::unique_ptr<ini_file, FreeIni> ini;
+    IniOwner ini;
     std::unique_ptr<kxe_glock, EndLock> lock;
 };
 

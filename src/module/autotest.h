@@ -10,8 +10,8 @@
 #include "common/records.h"
 
 // Encodes each record on its own and logs which of them cannot be (the bytes are thrown away), then
-// appends the line. A file that cannot be opened gets none, and nothing is logged. Always 0. Runs on
-// the worker's thread and keeps no handle.
+// appends the line. A file that cannot be opened gets none, and nothing is logged. Always 0. Runs
+// on the worker's thread and keeps no handle.
 int DoAutoTest(_stResmon& resmon, _stAgentInfo& agent, _stUsrLogInfo& usr);
 
 // The line with its end: time, then usage in percent with two decimals and memory in kB.

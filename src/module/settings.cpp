@@ -3,11 +3,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <memory>
 
+#include "common/iniowner.h"
 #include "common/log.h"
 #include "common/path.h"
-#include "kxe_ini.h"
 
 namespace {
 
@@ -15,11 +14,6 @@ constexpr char kLogTag[] = "kxepinfo";
 
 constexpr int kDefaultGap = 40;  // seconds
 constexpr int kSmallestGap = 2;
-
-struct FreeIni {
-    void operator()(kxe_ini_file* file) const { kxe_ini_file_free(file); }
-};
-using Ini = std::unique_ptr<kxe_ini_file, FreeIni>;
 
 bool Exists(const char* at_path) {
     char path[kPathSize] = {};
@@ -32,7 +26,7 @@ bool Exists(const char* at_path) {
 int GetFlushGap() {
     char path[kPathSize] = {};
     ep_dirutils_path_transform("@/../config/kxepinfocfg.ini", path, sizeof path);
-    const Ini file(kxe_ini_file_load(path));
+    const KxeIniOwner file(kxe_ini_file_load(path));
     if (file == nullptr) {
         EP_LOG(kLogInformation, "load %s fail,use default gap value %d\n", path, kDefaultGap);
         return kDefaultGap;
