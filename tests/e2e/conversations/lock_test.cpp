@@ -46,6 +46,15 @@ TEST_F(HeldLock, DoesNotKeepAQuestionFromItsAnswer) {
     EXPECT_TRUE(Logs("acquire glock fail, err: 110"));
 }
 
+TEST_F(HeldLock, DoesNotKeepTheHostFromACleanEnd) {
+    StartCentre();
+    Program& host = StartHost();
+    ASSERT_TRUE(Logs("upload gap is 2"));
+    EXPECT_EQ(host.stop(), 0) << host.errors();
+    EXPECT_TRUE(Logs("kxepinfo module work thread exit"));
+    EXPECT_EQ(installation().read("config/net_config.ini"), "");
+}
+
 TEST_F(HeldLock, OfAHolderThatIsKilledIsFree) {
     StartCentre();
     StartHost();
