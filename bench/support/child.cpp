@@ -26,7 +26,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }  // namespace
 
 Child::Child(const std::string& program, const std::vector<std::string>& arguments,
-             const std::vector<std::string>& environment)
+             const std::vector<std::string>& environment, int standard_output)
     : pid_(-1) {
     // All that allocates happens before the fork.
     std::vector<std::string> argument_texts = {program};
@@ -40,6 +40,7 @@ Child::Child(const std::string& program, const std::vector<std::string>& argumen
     pid_ = fork();
     if (pid_ == 0) {
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+        (void)dup2(standard_output, STDOUT_FILENO);
         (void)execve(program.c_str(), argument_list.data(), environment_list.data());
         _exit(127);
     }

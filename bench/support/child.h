@@ -12,10 +12,10 @@ namespace kxbench {
 class Child {
   public:
     // Starts `program` with `arguments` and, besides this process's environment, the `environment`
-    // ("NAME=value"). The child dies with the thread that made it. Ends this program when there can
-    // be no child.
+    // ("NAME=value"). Its standard output is that descriptor, by default this program's own. The
+    // child dies with the thread that made it. Ends this program when there can be no child.
     Child(const std::string& program, const std::vector<std::string>& arguments,
-          const std::vector<std::string>& environment = {});
+          const std::vector<std::string>& environment = {}, int standard_output = 1);
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 

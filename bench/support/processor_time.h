@@ -1,0 +1,28 @@
+// What work costs the processor, in user and in kernel mode.
+#ifndef KXEPINFO_BENCH_SUPPORT_PROCESSOR_TIME_H
+#define KXEPINFO_BENCH_SUPPORT_PROCESSOR_TIME_H
+
+#include <functional>
+
+namespace kxbench {
+
+// Microseconds that the calling thread has used, that all child processes used that have been
+// waited for, and both together.
+double OwnProcessorTime();
+double ChildrensProcessorTime();
+double ProcessorTime();
+
+struct Compared {
+    double work;
+    double reference;
+};
+
+// Microseconds of processor time a call: medians of `rounds` rounds of `calls` calls each. Work and
+// reference take turns, so that whatever else the machine does meets both; the first round of each
+// warms up and does not count.
+Compared CompareProcessorTime(const std::function<void()>& work,
+                              const std::function<void()>& reference, int rounds, int calls);
+
+}  // namespace kxbench
+
+#endif  // KXEPINFO_BENCH_SUPPORT_PROCESSOR_TIME_H
