@@ -1,0 +1,88 @@
+#include "agent.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "report.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kMostUnsettled = 10;
+constexpr int kBusTries = 1000;
+constexpr useconds_t kBusPause = 10000;
+
+// "cmd" of an upload.
+constexpr unsigned long kResources = 2;
+constexpr unsigned long kResourcesAndAgentFacts = 6;
+
+// At once, so that no half of it is read.
+void Write(const fs::path& path, const std::string& text) {
+    const fs::path fresh = path.string() + ".new";
+    std::ofstream file(fresh, std::ios::trunc);
+    if (!(file << text).flush()) {
+        kxbench::Fail("cannot write " + fresh.string());
+    }
+    fs::rename(fresh, path);
+}
+
+void WaitForManager(const fs::path& socket) {
+    for (int i = 0; i < kBusTries; ++i) {
+        if (fs::exists(socket)) {
+            return;
+        }
+        (void)usleep(kBusPause);
+    }
+    kxbench::Fail("the manager is not on the bus");
+}
+
+}  // namespace
+
+Agent::Agent(const std::string& installation, const std::vector<std::string>& environment)
+    : installation_(installation) {
+    const fs::path socket = installation + "/var/run/ipc/mgr_ei.sock";
+    (void)fs::remove(socket);
+    Write(installation + "/config/kxepinfocfg.ini", "[flushgap]\nvalue=2\n");
+    ChangeVersion();
+    manager_.emplace(installation + "/bin/kxemgr", std::vector<std::string>{"--json"},
+                     std::vector<std::string>{}, uploads_.WritingEnd());
+    WaitForManager(socket);
+    host_.emplace(installation + "/bin/kxehost", std::vector<std::string>{}, environment);
+    for (int i = 0; ReadUpload() != Content::kNothingElse; ++i) {
+        if (i == kMostUnsettled) {
+            kxbench::Fail("all uploads carry more than resource usage");
+        }
+    }
+}
+
+void Agent::ChangeVersion() {
+    ++version_;
+    Write(installation_ + "/config/agent_cfg.json",
+          R"({"version": {"components": "3.2.10.)" + std::to_string(version_) + "\"}}\n");
+}
+
+void Agent::NextUpload(Content expected) {
+    if (ReadUpload() != expected) {
+        kxbench::Fail("an upload carries something else than it should");
+    }
+}
+
+Content Agent::ReadUpload() {
+    constexpr char kCmd[] = "\"cmd\": ";
+    const std::string line = uploads_.Next();
+    ++count_;
+    const std::size_t found = line.find(kCmd);
+    const unsigned long cmd =
+        found == line.npos ? 0 : std::strtoul(line.c_str() + found + sizeof kCmd - 1, nullptr, 10);
+    if (cmd == kResources) {
+        return Content::kNothingElse;
+    }
+    if (cmd == kResourcesAndAgentFacts) {
+        return Content::kAgentFacts;
+    }
+    return Content::kOther;
+}
