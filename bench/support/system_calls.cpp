@@ -1,14 +1,15 @@
 #include "system_calls.h"
 
-#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -49,38 +50,44 @@ pid_t WaitForAny(int& status) {
     return task;
 }
 
-// A child process that begins to work when the byte is written to `start`.
-pid_t ForkWorker(const std::function<void()>& work, int times, const int (&start)[2]) {
+void Mark(int socket) {
+    if (write(socket, "", 1) != 1) {
+        Fail("cannot write to a socket");
+    }
+}
+
+// A child process that waits for a byte, works once, writes a byte, works and writes another one.
+pid_t ForkWorker(const std::function<void()>& work, int times, int socket) {
     const pid_t worker = fork();
     if (worker == 0) {
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
         char byte = 0;
-        if (read(start[0], &byte, 1) == 1) {
-            for (int i = 0; i < times; ++i) {
-                work();
-            }
+        if (read(socket, &byte, 1) != 1) {
+            _exit(EXIT_FAILURE);
         }
-        _exit(0);
+        work();
+        Mark(socket);
+        for (int i = 0; i < times; ++i) {
+            work();
+        }
+        Mark(socket);
+        _exit(EXIT_SUCCESS);
+    }
+    if (worker < 0) {
+        Fail("cannot make a process");
     }
     return worker;
 }
 
-SystemCalls CountAll(const std::function<void()>& work, int times) {
-    int start[2];
-    if (pipe2(start, O_CLOEXEC) != 0) {
-        Fail("cannot make a pipe");
+// What there was until the worker has written a byte.
+SystemCalls CallsToMark(SystemCallCounter& counter, int socket) {
+    const auto has_mark = [socket] {
+        char byte = 0;
+        return recv(socket, &byte, 1, MSG_DONTWAIT) == 1;
+    };
+    if (!counter.Run(has_mark)) {
+        Fail("the work whose system calls are counted has failed");
     }
-    const pid_t worker = ForkWorker(work, times, start);
-    if (worker < 0) {
-        Fail("cannot make a process");
-    }
-    SystemCallCounter counter(worker);
-    if (write(start[1], "", 1) != 1) {
-        Fail("cannot write to a pipe");
-    }
-    (void)counter.Run([] { return false; });
-    (void)close(start[0]);
-    (void)close(start[1]);
     return counter.calls();
 }
 
@@ -180,7 +187,19 @@ bool SystemCallCounter::IsOwn(pid_t task) {
 }
 
 SystemCalls CountSystemCalls(const std::function<void()>& work, int times) {
-    return (CountAll(work, times + 1) - CountAll(work, 1)) / times;
+    int sockets[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) {
+        Fail("cannot make sockets");
+    }
+    SystemCallCounter counter(ForkWorker(work, times, sockets[1]));
+    Mark(sockets[0]);
+    const SystemCalls before = CallsToMark(counter, sockets[0]);
+    SystemCalls calls = CallsToMark(counter, sockets[0]) - before;
+    calls.own -= 1;  // the mark
+    (void)counter.Run([] { return false; });
+    (void)close(sockets[0]);
+    (void)close(sockets[1]);
+    return calls / times;
 }
 
 }  // namespace kxbench

@@ -48,8 +48,8 @@ class SystemCallCounter {
     SystemCalls calls_;
 };
 
-// Of one call of `work`, in a child process: what `times` + 1 calls cost more than one, divided by
-// `times`. What only the first one costs is not in it.
+// Of one call of `work`: the mean of `times` calls, which a child process makes after one that does
+// not count. Ends the program when the work ends the child.
 SystemCalls CountSystemCalls(const std::function<void()>& work, int times);
 
 }  // namespace kxbench
