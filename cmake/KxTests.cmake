@@ -39,6 +39,7 @@ function(kx_e2e_test name)
   kx_warnings(${name})
   kx_compile_quickly(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} kx_e2e_support)
+  add_dependencies(${name} kx_quick_time)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
                        PROPERTIES TIMEOUT 300 LABELS e2e FIXTURES_REQUIRED installed)
 endfunction()

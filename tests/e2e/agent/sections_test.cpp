@@ -1,42 +1,22 @@
 // Which sections an upload carries, and when.
-#include <unistd.h>
+#include <functional>
 
-#include <fstream>
-
-#include "agent.h"
-#include "namespaces.h"
-#include "wtmp_file.h"
+#include "quiet_machine.h"
 
 namespace kxtest {
 namespace {
 
-// A quiet machine: one interface, one login, nothing that moves by itself.
-class QuietMachine : public AgentTest {
+class QuietMachine : public QuietMachineTest {
   protected:
     void SetUp() override {
-        if (!EnterOwnNetwork() || !EnterOwnMounts() || !CoverDirectory("/var/log")) {
-            GTEST_SKIP() << "namespaces need root";
+        QuietMachineTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        ASSERT_TRUE(Ip("link add a0 type veth peer name a1"));
-        ASSERT_TRUE(Ip("link add b0 type veth peer name b1"));
-        for (const char* name : {"a0", "a1", "b0", "b1"}) {
-            std::ofstream("/proc/sys/net/ipv6/conf/" + std::string(name) + "/disable_ipv6") << 1;
-        }
-        ASSERT_TRUE(Ip("addr add 10.1.0.1/24 dev a0 && ip link set a0 up"));
-        ASSERT_TRUE(Ip("addr add 10.2.0.1/24 dev b0 && ip link set b0 up"));
-        installation().write("config/server.ini", "[config]\naddr=10.1.0.77\n");
-        LogIn("alice", 1700000000);
         StartManager();
         StartQuickHost();
         ASSERT_EQ(Cmd(0), 14);
     }
-
-    static void LogIn(std::string_view user, int32_t seconds) {
-        std::ofstream("/var/log/wtmp", std::ios::binary | std::ios::app)
-            << WtmpEntry(USER_PROCESS, user, "", seconds);
-    }
-
-    long long Cmd(std::size_t number) { return Number(Upload(number).get(), "epinfo.cmd"); }
 
     // The first upload whose cmd is not 2, among the next ten; its number in `number`.
     Json NextChange(std::size_t& number) {
@@ -84,10 +64,7 @@ TEST_F(QuietMachine, TellsALogin) {
 }
 
 TEST_F(QuietMachine, TellsALogout) {
-    const Json upload = OneUploadTells(10, [] {
-        std::ofstream("/var/log/wtmp", std::ios::binary | std::ios::app)
-            << WtmpEntry(DEAD_PROCESS, "", "", 1700000200);
-    });
+    const Json upload = OneUploadTells(10, [] { AddLogin(DEAD_PROCESS, "", "", 1700000200); });
     EXPECT_EQ(Text(upload.get(), "epinfo.login_info.usr_info.0.login_name"), std::string(32, '\0'));
 }
 

@@ -1,6 +1,6 @@
 // Entries of the login accounting file.
-#ifndef KXEPINFO_TESTS_E2E_AGENT_WTMP_FILE_H
-#define KXEPINFO_TESTS_E2E_AGENT_WTMP_FILE_H
+#ifndef KXEPINFO_TESTS_SUPPORT_WTMP_FILE_H
+#define KXEPINFO_TESTS_SUPPORT_WTMP_FILE_H
 
 #include <utmp.h>
 
@@ -23,4 +23,4 @@ inline std::string WtmpEntry(short type, std::string_view user, std::string_view
 
 }  // namespace kxtest
 
-#endif  // KXEPINFO_TESTS_E2E_AGENT_WTMP_FILE_H
+#endif  // KXEPINFO_TESTS_SUPPORT_WTMP_FILE_H

@@ -1,6 +1,6 @@
 // A whole agent for one test: an installation of its own and the programs that run in it.
-#ifndef KXEPINFO_TESTS_E2E_AGENT_AGENT_H
-#define KXEPINFO_TESTS_E2E_AGENT_AGENT_H
+#ifndef KXEPINFO_TESTS_SUPPORT_AGENT_H
+#define KXEPINFO_TESTS_SUPPORT_AGENT_H
 
 #include <gmock/gmock.h>
 
@@ -29,21 +29,25 @@ class AgentTest : public ::testing::Test {
         return Start(m_host, "kxehost", std::move(arguments), options);
     }
     // With time running twenty times faster: an upload every tenth of a second.
-    Program& StartQuickHost() {
-        const char* const options = std::getenv("ASAN_OPTIONS");
-        const std::string asan = options == nullptr ? "" : std::string(options) + ":";
-        return StartHost({}, {{{"LD_PRELOAD", KX_QUICK_TIME},
-                               {"ASAN_OPTIONS", asan + "verify_asan_link_order=0"}},
-                              ""});
+    Program& StartQuickHost() { return StartHost({}, QuickTime()); }
+    // With time that the test moves: an upload at once, then one for each StepToNextCycle, of which
+    // the next must not come before that upload.
+    Program& StartSteppedHost() {
+        Program::Options options = QuickTime();
+        options.environment["KX_TIME_STEPS"] = m_installation.path("step");
+        return StartHost({}, options);
     }
+    void StepToNextCycle() const { m_installation.write("step", ""); }
     // With --json, listening when this returns.
     Program& StartManager(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.begin(), "--json");
+        RemoveSocket("mgr_ei");
         Program& manager = Start(m_manager, "kxemgr", std::move(arguments), {});
         EXPECT_TRUE(m_installation.wait_for_bus("mgr_ei"));
         return manager;
     }
     Program& StartCentre(std::vector<std::string> arguments = {}) {
+        RemoveSocket("agt_cfgc");
         Program& centre = Start(m_centre, "kxecfgc", std::move(arguments), {});
         EXPECT_TRUE(m_installation.wait_for_bus("agt_cfgc"));
         return centre;
@@ -71,6 +75,19 @@ class AgentTest : public ::testing::Test {
     }
 
   private:
+    static Program::Options QuickTime() {
+        const char* const options = std::getenv("ASAN_OPTIONS");
+        const std::string asan = options == nullptr ? "" : std::string(options) + ":";
+        return {
+            {{"LD_PRELOAD", KX_QUICK_TIME}, {"ASAN_OPTIONS", asan + "verify_asan_link_order=0"}},
+            ""};
+    }
+
+    // One that a killed program left behind could be taken for the next one's.
+    void RemoveSocket(const std::string& name) const {
+        std::filesystem::remove(m_installation.path("var/run/ipc/" + name + ".sock"));
+    }
+
     Program& Start(std::optional<Program>& slot, const char* name,
                    std::vector<std::string> arguments, const Program::Options& options) {
         return slot.emplace(m_installation.program(name), std::move(arguments), options);
@@ -84,4 +101,4 @@ class AgentTest : public ::testing::Test {
 
 }  // namespace kxtest
 
-#endif  // KXEPINFO_TESTS_E2E_AGENT_AGENT_H
+#endif  // KXEPINFO_TESTS_SUPPORT_AGENT_H
