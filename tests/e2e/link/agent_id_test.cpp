@@ -1,0 +1,78 @@
+// An agent whose id cannot be had, and one that gets it later.
+#include "link.h"
+
+namespace kxtest {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr char kUnknownId[] = "get id of this agent failed while transform proto to string";
+
+class WithoutAnId : public LinkTest {
+  protected:
+    // A directory where the file with the id should be: it can be neither read nor replaced.
+    void SetUp() override {
+        LinkTest::SetUp();
+        std::filesystem::remove(installation().path("config/agent_id"));
+        installation().write("config/agent_id/in_the_way", "");
+    }
+    void ClearTheWay() { std::filesystem::remove_all(installation().path("config/agent_id")); }
+    // The agent id of each upload.
+    std::vector<long long> Ids() {
+        std::vector<long long> ids;
+        for (std::size_t number = 0; number < UploadCount(); ++number) {
+            ids.push_back(Number(Upload(number).get(), "epinfo.agent_id"));
+        }
+        return ids;
+    }
+    long long KeptId() const { return std::atoll(installation().read("config/agent_id").c_str()); }
+};
+
+TEST_F(WithoutAnId, AnEmptyUploadGoesOutEachTime) {
+    StartManager();
+    FirstCycle();
+    NextCycle();
+    NextCycle();
+    EXPECT_THAT(Commands(), ElementsAre(0, 0, 0));
+    EXPECT_EQ(Number(Upload(0).get(), "frame.payload_length"), 0);
+    EXPECT_EQ(CountOf(installation().log(), kUnknownId), 3U);
+    EXPECT_EQ(CountOf(installation().log(), "Failed to do message serialization"), 3U);
+}
+
+TEST_F(WithoutAnId, TheNextUploadHasTheIdThatBecameKnown) {
+    StartManager();
+    FirstCycle();
+    ClearTheWay();
+    NextCycle();
+    NextCycle();
+    EXPECT_GT(KeptId(), 0);
+    EXPECT_THAT(Ids(), ElementsAre(0, KeptId(), KeptId()));
+    EXPECT_EQ(CountOf(installation().log(), kUnknownId), 1U);
+}
+
+// An empty upload that the manager takes counts as told: what should have been in it comes with the
+// next refresh.
+TEST_F(WithoutAnId, AgentFactsWaitForTheirRefreshWhenTheEmptyUploadWasAccepted) {
+    StartManager();
+    FirstCycle();
+    ClearTheWay();
+    for (int cycle = 1; cycle <= 16; ++cycle) {
+        NextCycle();
+    }
+    std::vector<long long> expected(17, 2);
+    expected[0] = 0;
+    expected[16] = 6;
+    EXPECT_EQ(Commands(), expected);
+}
+
+TEST_F(WithoutAnId, EverythingIsToldAtOnceWhenTheEmptyUploadWasRefused) {
+    StartManager({"--fault", "refuse:1"});
+    EXPECT_EQ(FirstCycle(), "online, 1 failed");
+    ClearTheWay();
+    EXPECT_EQ(NextCycle(), "online, 0 failed");
+    EXPECT_THAT(Commands(), ElementsAre(0, 14));
+    EXPECT_THAT(Ids(), ElementsAre(0, KeptId()));
+}
+
+}  // namespace
+}  // namespace kxtest
