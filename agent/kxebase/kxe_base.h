@@ -50,7 +50,8 @@ size_t kxe_str_strncat(char* dst, const char* src, size_t size);
 
 /* Opens a file like fopen, with its mode strings (without a character set), a leading "@" of the
  * path expanded (see kxe_dirutils_path_transform) and the descriptor closed on exec. The caller
- * closes it with fclose. Null on failure with errno set; EINVAL for null or unusable arguments,
+ * closes it with fclose. Opening to read alone never waits: a pipe that nobody writes to is opened
+ * and is at its end. Null on failure with errno set; EINVAL for null or unusable arguments,
  * ENAMETOOLONG for a path of 4096 bytes or more once expanded. */
 FILE* kxe_file_open(const char* path, const char* mode);
 

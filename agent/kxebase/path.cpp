@@ -1,5 +1,6 @@
 #include "path.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +26,25 @@ void ExecutableDirectory(char (&directory)[kPathSize]) {
         }
     }
     (void)kxe_str_strlcpy(directory, "/", sizeof directory);
+}
+
+bool IsToReadOnly(const char* mode) {
+    return mode[0] == 'r' && std::strchr(mode, '+') == nullptr;
+}
+
+// As fopen does, but at once: that would wait for whoever writes to a pipe of that name.
+FILE* OpenToRead(const char* path, const char* mode) {
+    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    FILE* const file = fcntl(descriptor, F_SETFL, 0) == 0 ? fdopen(descriptor, mode) : nullptr;
+    if (file == nullptr) {
+        const int error = errno;
+        (void)close(descriptor);
+        errno = error;
+    }
+    return file;
 }
 
 }  // namespace
@@ -61,7 +81,7 @@ FILE* kxe_file_open(const char* path, const char* mode) {
         errno = ENAMETOOLONG;
         return nullptr;
     }
-    return std::fopen(expanded, flags);
+    return IsToReadOnly(mode) ? OpenToRead(expanded, mode) : std::fopen(expanded, flags);
 }
 
 int IsCNAPPAgent(void) {

@@ -1,6 +1,7 @@
 // kxe_file_open.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -63,6 +64,28 @@ TEST_F(FileOpen, ClosesTheDescriptorOnExec) {
         ASSERT_NE(file, nullptr) << mode;
         EXPECT_EQ(fcntl(fileno(file.get()), F_GETFD), FD_CLOEXEC) << mode;
     }
+}
+
+TEST_F(FileOpen, DoesNotWaitForThePipesWriter) {
+    const auto path = kxtest::InstallationRoot() / "pipe";
+    ASSERT_EQ(mkfifo(path.c_str(), S_IRUSR | S_IWUSR), 0);
+    const File file = Open(path, "rb");
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(std::fgetc(file.get()), EOF);
+    EXPECT_NE(std::fseek(file.get(), 0, SEEK_END), 0);
+}
+
+TEST_F(FileOpen, ReadsAPipeLikeAnyOther) {
+    const auto path = kxtest::InstallationRoot() / "pipe";
+    ASSERT_EQ(mkfifo(path.c_str(), S_IRUSR | S_IWUSR), 0);
+    const File file = Open(path, "r");
+    ASSERT_NE(file, nullptr);
+    const File writer = Open(path, "w");
+    ASSERT_NE(writer, nullptr);
+    EXPECT_EQ(fcntl(fileno(file.get()), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_GE(std::fputs("x", writer.get()), 0);
+    EXPECT_EQ(std::fflush(writer.get()), 0);
+    EXPECT_EQ(std::fgetc(file.get()), 'x');
 }
 
 TEST_F(FileOpen, TellsWhyItFailed) {

@@ -1,6 +1,7 @@
 #include "collectors/vmid.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -128,6 +129,13 @@ TEST_F(Vmid, AMachineIdThatCannotBeSeekedDoesNot) {
     EXPECT_THAT(LoggedLines(), ElementsAre(ServerIs("127.0.0.1")));
 }
 
+TEST_F(Vmid, AMachineIdThatIsAPipeIsNotWaitedFor) {
+    WriteAddress("127.0.0.1");
+    const auto path = kxtest::InstallationRoot() / "config/machineid";
+    ASSERT_EQ(mkfifo(path.c_str(), S_IRUSR | S_IWUSR), 0);
+    EXPECT_EQ(GetVmid(), kVmid);
+}
+
 TEST_F(Vmid, TheMachineIdIsClosedWhateverItsLength) {
     WriteAddress("127.0.0.1");
     for (const char* const id : {"", "1234", "12345"}) {
@@ -139,6 +147,7 @@ TEST_F(Vmid, TheMachineIdIsClosedWhateverItsLength) {
             return file;
         };
         (void)GetVmid();
+        ASSERT_GE(descriptor, 0);
         EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "left open: '" << id << "'";
     }
 }
