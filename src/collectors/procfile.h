@@ -3,13 +3,7 @@
 #ifndef KXEPINFO_COLLECTORS_PROCFILE_H
 #define KXEPINFO_COLLECTORS_PROCFILE_H
 
-#include <cstdio>
-#include <memory>
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
+#include "common/fileowner.h"
 
 // Opens for reading, close-on-exec. Null with errno set when that fails. What lies in a file's
 // place is opened too and never waited for: a directory, which cannot be read, or a pipe, which

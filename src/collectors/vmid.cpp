@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "collectors/procfile.h"
+#include "common/fileowner.h"
 #include "common/iniowner.h"
 #include "common/log.h"
 #include "common/path.h"

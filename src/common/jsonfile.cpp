@@ -2,42 +2,49 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
+#include "common/fileowner.h"
 #include "kxe_base.h"
 
 namespace {
 
-constexpr off_t kMostBytes = off_t{4} << 20;
+constexpr std::size_t kMostBytes = std::size_t{4} << 20;
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-
-// An errno value for what must not be opened. 0 for all else, a missing file included.
-int WhyUnfit(const char* path) {
+// An errno value for what is not to be read, 0 for a document.
+int WhyUnfit(std::FILE* file) {
     struct stat status = {};
-    if (stat(path, &status) != 0) {
-        return 0;
+    if (fstat(fileno(file), &status) != 0) {
+        return errno;
     }
     if (!S_ISREG(status.st_mode)) {
         return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
-    return status.st_size > kMostBytes ? EFBIG : 0;
+    return static_cast<std::size_t>(status.st_size) > kMostBytes ? EFBIG : 0;
+}
+
+// What is read of a file, no more than kMostBytes though it grow meanwhile.
+struct BoundedInput {
+    std::FILE* file;
+    std::size_t left = kMostBytes;
+};
+
+// A json_load_callback_t of a BoundedInput.
+std::size_t Read(void* buffer, std::size_t size, void* input) {
+    auto& bounded = *static_cast<BoundedInput*>(input);
+    const std::size_t count = std::fread(buffer, 1, std::min(size, bounded.left), bounded.file);
+    bounded.left -= count;
+    return count;
 }
 
 }  // namespace
 
 JsonOwner LoadJsonFile(const char* path, json_error_t& error) {
     error = {};
-    if (const int unfit = WhyUnfit(path); unfit != 0) {
-        (void)kxe_str_strlcpy(error.text, strerrordesc_np(unfit), sizeof error.text);
-        return nullptr;
-    }
-    const std::unique_ptr<std::FILE, CloseFile> file(kxe_file_open(path, "r"));
+    const File file(kxe_file_open(path, "r"));
     if (file == nullptr) {
         const int reason = errno;
         // As the parser itself says it, who keeps the text's last byte for an error code.
@@ -45,5 +52,10 @@ JsonOwner LoadJsonFile(const char* path, json_error_t& error) {
                                strerrordesc_np(reason));
         return nullptr;
     }
-    return JsonOwner(json_loadf(file.get(), JSON_DECODE_ANY, &error));
+    if (const int unfit = WhyUnfit(file.get()); unfit != 0) {
+        (void)kxe_str_strlcpy(error.text, strerrordesc_np(unfit), sizeof error.text);
+        return nullptr;
+    }
+    BoundedInput input{file.get()};
+    return JsonOwner(json_load_callback(Read, &input, JSON_DECODE_ANY, &error));
 }

@@ -63,12 +63,26 @@ class Rejected : public ApiTest, public testing::WithParamInterface<const char*>
 
 }  // namespace
 
+// Of the configuration, which is open while this is asked.
+int FlagsOfTheConfiguration() {
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (fs::read_symlink(entry.path(), gone).filename() == "agent_cfg.json") {
+            return fcntl(std::stoi(entry.path().filename()), F_GETFD);
+        }
+    }
+    return -1;
+}
+
 // In front of Jansson's, by the linker's --wrap.
-extern "C" json_t* __real_json_loadf(FILE* file, size_t flags, json_error_t* error);
-extern "C" json_t* __wrap_json_loadf(FILE* file, size_t flags, json_error_t* error);
-extern "C" json_t* __wrap_json_loadf(FILE* file, size_t flags, json_error_t* error) {
-    descriptor_flags = fcntl(fileno(file), F_GETFD);
-    return __real_json_loadf(file, flags, error);
+extern "C" json_t* __real_json_load_callback(json_load_callback_t callback, void* data,
+                                             size_t flags, json_error_t* error);
+extern "C" json_t* __wrap_json_load_callback(json_load_callback_t callback, void* data,
+                                             size_t flags, json_error_t* error);
+extern "C" json_t* __wrap_json_load_callback(json_load_callback_t callback, void* data,
+                                             size_t flags, json_error_t* error) {
+    descriptor_flags = FlagsOfTheConfiguration();
+    return __real_json_load_callback(callback, data, flags, error);
 }
 
 TEST_F(ApiTest, HoldsInitialValuesInABareInstallation) {

@@ -24,6 +24,7 @@ const std::set<std::string> kTwoAddresses = {"10.0.0.2", "10.0.0.10"};
 KxebpApi* instance = nullptr;
 enum class Refused { kNothing, kObject, kArray, kText } refused = Refused::kNothing;
 int values_released = 0;
+std::size_t lines_before_get = 0;
 
 class Event : public kxtest::TraceTest {
   protected:
@@ -64,6 +65,7 @@ std::string Field(std::string text, std::size_t size) {
 // In front of the functions, by the linker's --wrap.
 KxebpApi* WrapGet() asm("__wrap__ZN8KxebpApi3getEv");
 KxebpApi* WrapGet() {
+    lines_before_get = LoggedLines().size();
     return instance;
 }
 
@@ -104,6 +106,12 @@ TEST_F(Event, IsLoggedInTheSetsOrder) {
                 ElementsAre(LogLine{4, "kxepinfo", "trace ip 10.0.0.10"},
                             LogLine{4, "kxepinfo", "trace ip 10.0.0.2"},
                             LogLine{3, "kxepinfo", std::string("bp ip change :") + kTwo}));
+}
+
+TEST_F(Event, IsLoggedBeforeTheSdkIsAskedFor) {
+    Begin();
+    ReportIpChangeTrace(kTwoAddresses);
+    EXPECT_EQ(lines_before_get, 3U);
 }
 
 TEST_F(Event, ReachesTheUtf8FunctionAlone) {
