@@ -1,11 +1,14 @@
 #include "module/autotest.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
-#include <memory>
 #include <string>
 
+#include "common/fileowner.h"
 #include "common/log.h"
 #include "common/path.h"
 #include "epinfo.pb.h"
@@ -18,11 +21,6 @@ constexpr char kLogTag[] = "kxepinfo";
 constexpr std::size_t kTimeSize = 40;
 constexpr std::size_t kFiguresSize = 1024;
 constexpr uint32_t kHundredths = 100;  // in one percent
-
-struct CloseDump {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using Dump = std::unique_ptr<std::FILE, CloseDump>;
 
 // Encodes what `msg` holds and empties it for the next record.
 void TryEncoding(bf_kxepinfo::epinfo& msg, const char* failure) {
@@ -43,10 +41,24 @@ void TryEncodings(const _stResmon& resmon, const _stAgentInfo& agent, const _stU
     TryEncoding(msg, "user logon proto buf serialize failed\n");
 }
 
-void AppendLine(const _stResmon& resmon) {
+// Null for anything that cannot be written at once, such as a pipe that nobody reads.
+File OpenDump() {
     char path[kPathSize] = {};
     ep_dirutils_path_transform("@/autotest_kxepinfo.proto", path, sizeof path);
-    const Dump dump(std::fopen(path, "ae"));
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int descriptor = open(path, kFlags, 0666);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    File dump(fdopen(descriptor, "a"));
+    if (dump == nullptr) {
+        (void)close(descriptor);
+    }
+    return dump;
+}
+
+void AppendLine(const _stResmon& resmon) {
+    const File dump = OpenDump();
     if (dump == nullptr) {
         return;
     }

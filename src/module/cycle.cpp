@@ -165,7 +165,7 @@ int RunCycle(CEpInfoIpc& ipc, int* exit_flag) {
         return cycle.status;
     }
     Send(ipc, cycle);
-    DumpForAutoTest(cycle);
+    (void)GuardException("the dump for automated tests", [&] { DumpForAutoTest(cycle); });
     Remember(cycle);
     return cycle.status;
 }

@@ -2,8 +2,8 @@
 //
 // An upload is made of sections, one function each, which collect a record and add it to the
 // serializer. ProcessMain calls them in the order of their bits in the upload's cmd, and looks
-// after a slow section whether to go on: a stop or an uninstallation in progress ends the cycle
-// without a send.
+// after the two slow ones and before the send whether to go on: a stop or an uninstallation in
+// progress ends the cycle without a send.
 #ifndef KXEPINFO_MODULE_CYCLE_H
 #define KXEPINFO_MODULE_CYCLE_H
 

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "common/state.h"
 #include "cycle_fixture.h"
 
 using ::testing::Contains;
@@ -81,8 +80,10 @@ TEST_F(Dump, GetsOneLineACycle) {
 }
 
 TEST_F(Dump, GetsTheTimeOfTheLocalZone) {
-    ASSERT_EQ(setenv("TZ", "FAR-20:15", 1), 0);  // twenty hours ahead, as no other zone is
     Enable();
+    (void)RunToUpload();  // the C library has looked for the zone once
+    std::filesystem::remove(Path());
+    ASSERT_EQ(setenv("TZ", "FAR-20:15", 1), 0);  // twenty hours ahead, as no other zone is
     const std::time_t before = std::time(nullptr);
     (void)RunToUpload();
     const std::time_t after = std::time(nullptr);
@@ -124,6 +125,12 @@ TEST_F(Dump, GetsNoLineDuringAnUninstallation) {
     kxtest::WriteFile("bin/uninstalling", "");
     (void)Run();
     EXPECT_FALSE(std::filesystem::exists(Path()));
+}
+
+TEST_F(Dump, DoesNotWaitForWhoeverReadsAPipe) {
+    Enable();
+    ASSERT_EQ(mkfifo(Path().c_str(), S_IRUSR | S_IWUSR), 0);
+    EXPECT_EQ(Run(), 0);
 }
 
 TEST_F(Dump, IsSkippedSilentlyWhenItCannotBeOpened) {

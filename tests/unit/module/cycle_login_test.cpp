@@ -41,6 +41,21 @@ TEST_F(Login, GoesOutTogetherWithAgentFacts) {
     EXPECT_EQ(RunToUpload().cmd(), 14U);
 }
 
+TEST_F(Login, IsComparedWithTheOneBefore) {
+    s_lastUsrLogInfo.login_name = "before";
+    Collectors().login = LoginOfRoot;
+    std::string previous_name;
+    std::string current_time;
+    Collectors().login_changed = [&](const _stUsrLogInfo& previous, const _stUsrLogInfo& current) {
+        previous_name = previous.login_name;
+        current_time = current.login_time;
+        return false;
+    };
+    (void)RunToUpload();
+    EXPECT_EQ(previous_name, "before");
+    EXPECT_EQ(current_time, "2024-03-01 09:05:07");
+}
+
 TEST_F(Login, OfNobodyIsAFailureAndNothingIsSentOfIt) {
     Collectors().login = [](_stUsrLogInfo&) { return -1; };
     EXPECT_EQ(RunToUpload().cmd(), 2U);

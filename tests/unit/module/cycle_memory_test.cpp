@@ -6,8 +6,6 @@
 #include "fake_agent.h"
 #include "record_fields.h"
 
-using ::testing::Contains;
-
 namespace {
 
 class WhatACycleLeaves : public Cycles {

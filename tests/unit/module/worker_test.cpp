@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include "common/state.h"
 #include "epinfo.pb.h"
 #include "fake_agent.h"
 #include "module/timer.h"
@@ -33,6 +34,26 @@ TEST_F(Worker, LogDirectoriesArePreparedFirst) {
     EXPECT_EQ(Run(), 0);
     const std::string bin = (kxtest::InstallationRoot() / "bin").string();
     EXPECT_EQ(Journal().front(), "autolog_init " + bin + "/../var/log/agent/kxepinfo 5");
+}
+
+TEST_F(Worker, AStartForgetsNothingOfTheRunBefore) {
+    s_lastAgentInfo.sys_info.host_node = "host";
+    s_lastUsrLogInfo.login_name = "root";
+    s_checkAgentTimes = 7;
+    s_heartbeatMisses = 2;
+    Attempt_Times = 3;
+    g_preOnlineState = 0;
+    g_strCurConnectIp = g_strPreConnectIp = "10.0.0.5";
+    exit_flag = 1;  // ends the first cycle before it remembers anything of its own
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(s_lastAgentInfo.sys_info.host_node, "host");
+    EXPECT_EQ(s_lastUsrLogInfo.login_name, "root");
+    EXPECT_EQ(s_checkAgentTimes, 7);
+    EXPECT_EQ(s_heartbeatMisses, 2U);
+    EXPECT_EQ(Attempt_Times, 3U);
+    EXPECT_EQ(g_preOnlineState, 0U);
+    EXPECT_EQ(g_strCurConnectIp, "10.0.0.5");
+    EXPECT_EQ(g_strPreConnectIp, "10.0.0.5");
 }
 
 TEST_F(Worker, AnExistingLogConfigurationIsLeftAlone) {
