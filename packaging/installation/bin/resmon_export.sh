@@ -32,11 +32,14 @@ unquote() {
 }
 
 # Reads NAME, VERSION, VERSION_ID and PRETTY_NAME of an os-release file. The file is data: it is
-# parsed, never run.
+# parsed, never run. Of a line that is too long the first piece alone counts.
 read_os_release() {
-    local line pieces=0
+    local line pieces=0 is_rest=0 was_rest
     while ((pieces++ < most_pieces)) &&
         { IFS= read -r -n "$longest_piece" line || [[ -n $line ]]; }; do
+        was_rest=$is_rest
+        is_rest=$((${#line} == longest_piece))
+        ((was_rest)) && continue
         line=${line%$'\r'}
         case $line in
             NAME=*) unquote "${line#*=}" name ;;

@@ -185,6 +185,13 @@ TEST_F(DistributionScript, ReadsNoMoreThan256LinesOf1024Bytes) {
     EXPECT_EQ(DistributionOf("X=" + std::string(1000000, 'x') + "\nNAME=Beyond\n"), Kernel());
 }
 
+TEST_F(DistributionScript, TheRestOfALongLineIsNoLineOfItsOwn) {
+    const std::string line = "X=" + std::string(1022, 'x');
+    EXPECT_EQ(DistributionOf(line + "NAME=evil\nVERSION=1\n"), Kernel());
+    EXPECT_EQ(DistributionOf(line + line + "NAME=evil\nNAME=Some\n"), "Some");
+    EXPECT_EQ(DistributionOf(line + "\nNAME=Some\n"), "Some");
+}
+
 TEST_F(DistributionScript, StartsNoOtherProgram) {
     EXPECT_EQ(DistributionOf("NAME=Some\n"), "Some");
     EXPECT_EQ(Distribution("PATH=/nowhere "), "Some");
