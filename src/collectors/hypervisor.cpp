@@ -4,8 +4,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "collectors/sysinfo.h"
-
 #if defined(__x86_64__) || defined(__i386__)
 #include <cpuid.h>
 #endif

@@ -14,4 +14,7 @@ HypervisorVendor ReadHypervisorVendor();
 // Whether all 12 bytes are the name of a known hypervisor, zeros behind a shorter name.
 bool IsKnownHypervisor(const HypervisorVendor& vendor);
 
+// 1 when this processor tells the name of a known hypervisor, else 0.
+void IsInVirtualEnv(int& result);
+
 #endif  // KXEPINFO_COLLECTORS_HYPERVISOR_H

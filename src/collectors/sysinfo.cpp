@@ -10,6 +10,7 @@
 
 #include "collectors/command.h"
 #include "collectors/distribution.h"
+#include "collectors/hypervisor.h"
 #include "collectors/vmid.h"
 #include "common/log.h"
 #include "common/path.h"

@@ -14,7 +14,7 @@
 //   host_node, sys_release,   uname(2); "unkown", "linux", "unknown" and "unknown architecture"
 //   sys_version, sys_machine  when it fails
 //   sys_distro                what @/resmon_export.sh prints; empty when that fails
-//   is_virtual                IsInVirtualEnv
+//   is_virtual                IsInVirtualEnv (collectors/hypervisor.h)
 //   host_type                 1
 //   host_plat                 4 when getconf says 64 bits or cannot be run at all, else 3
 //   cpu_core                  sysconf(_SC_NPROCESSORS_CONF), -1 when it fails
@@ -29,9 +29,6 @@ int GetSysInfo(_stSysInfo& info);
 // True when the records differ in anything but recal_timestamp and the spare fields; the log then
 // tells the current one.
 bool IsSysChanged(const _stSysInfo& previous, const _stSysInfo& current);
-
-// 1 when the processor tells the name of a known hypervisor, else 0.
-void IsInVirtualEnv(int& result);
 
 // When the order to draw a new agent id was given: the status-change time of
 // @/../config/recalculate_agentid in seconds since the epoch, 0 when it is not there.

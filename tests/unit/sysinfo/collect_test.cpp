@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "collectors/hypervisor.h"
 #include "collectors/sysinfo.h"
 #include "record_fields.h"
 #include "sysinfo_fixture.h"
