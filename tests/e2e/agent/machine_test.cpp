@@ -1,4 +1,7 @@
 // What the manager is told of a machine whose files say something else.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <fstream>
 
 #include "agent.h"
@@ -89,6 +92,49 @@ TEST_F(OwnName, IsToldWithTheKernelsIdentity) {
               RunToEnd("/bin/uname", {"-m"}).output);
     EXPECT_EQ(Number(upload.get(), base + "cpu_core"), sysconf(_SC_NPROCESSORS_CONF));
     EXPECT_EQ(Number(upload.get(), base + "host_type"), 1);
+    EXPECT_EQ(Number(upload.get(), base + "host_plat"), sizeof(long) == 8 ? 4 : 3);
+}
+
+TEST_F(OwnName, IsToldAgainWhenItChanges) {
+    if (!EnterOwnHostName("endpoint-17")) {
+        GTEST_SKIP() << "a host name of one's own needs root";
+    }
+    StartManager();
+    StartQuickHost();
+    ASSERT_NE(Upload(0), nullptr);
+    ASSERT_EQ(sethostname("endpoint-18", 11), 0);
+    ASSERT_TRUE(Logs("computername: endpoint-18"));
+    EXPECT_TRUE(manager().wait_for_output("\"host_node\": \"endpoint-18\""));
+}
+
+using Identity = AgentTest;
+
+const char* const kVmid = "epinfo.sys_info.base_info.uVmid";
+const char* const kRecalculated = "epinfo.sys_info.base_info.recal_timestamp";
+
+TEST_F(Identity, OfTheVirtualMachineIsToldToAManagerOnThisMachine) {
+    installation().write("config/server.ini", "[config]\naddr=127.0.0.1:8443\n");
+    StartManager();
+    StartQuickHost();
+    EXPECT_NE(Text(Upload(0).get(), kVmid), "0");
+}
+
+TEST_F(Identity, OfTheVirtualMachineIsNotToldToAnotherManager) {
+    installation().write("config/server.ini", "[config]\naddr=10.0.0.1\n");
+    StartManager();
+    StartQuickHost();
+    const Json upload = Upload(0);
+    EXPECT_EQ(Text(upload.get(), kVmid), "0");
+    EXPECT_EQ(Number(upload.get(), kRecalculated), 0);
+}
+
+TEST_F(Identity, ThatWasOrderedAnewIsToldWithTheTimeOfTheOrder) {
+    installation().write("config/recalculate_agentid", "");
+    struct stat status = {};
+    ASSERT_EQ(stat(installation().path("config/recalculate_agentid").c_str(), &status), 0);
+    StartManager();
+    StartQuickHost();
+    EXPECT_EQ(Number(Upload(0).get(), kRecalculated), status.st_ctime);
 }
 
 }  // namespace
