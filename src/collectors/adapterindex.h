@@ -15,7 +15,6 @@
 // appends its name here; names and order of what was indexed must stay.
 class AdapterIndex {
   public:
-    AdapterIndex() = default;  // of an empty list
     explicit AdapterIndex(const std::vector<_stAdapterInfo>& adapters) {
         m_positions.reserve(adapters.size());
         for (const _stAdapterInfo& adapter : adapters) {

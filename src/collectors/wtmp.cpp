@@ -38,13 +38,11 @@ bool ReadAll(int descriptor, std::span<std::byte> bytes, off_t from) {
     return true;
 }
 
-// How many whole records the file holds, 0 for anything that is not a regular file.
+// How many whole records the file holds. Pipes and devices have no size; a directory has one, but
+// cannot be read.
 off_t CountRecords(int descriptor) {
     struct stat status = {};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        return 0;
-    }
-    return status.st_size / kRecordSize;
+    return fstat(descriptor, &status) == 0 ? status.st_size / kRecordSize : 0;
 }
 
 bool IsLogin(const utmp& record) {

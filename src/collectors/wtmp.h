@@ -12,8 +12,8 @@
 #include <optional>
 
 // The last whole record of the file, whatever its type, when the file holds a USER_PROCESS record
-// anywhere; bytes behind the last whole record do not count. Nothing when it holds none, is no
-// regular file, cannot be read, or becomes shorter while it is read.
+// anywhere; bytes behind the last whole record do not count. Nothing when it holds none, cannot be
+// read, as a directory, a pipe or a device, or becomes shorter while it is read.
 //
 // Reads backwards as far as the newest USER_PROCESS record, with memory that does not depend on the
 // file's size, and leaves the descriptor's position alone. What is appended meanwhile is not seen.

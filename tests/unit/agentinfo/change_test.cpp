@@ -37,6 +37,14 @@ TEST_F(AgentInfoChange, IsNoneWhenNothingDiffers) {
     EXPECT_THAT(kxtest::LoggedLines(), IsEmpty());
 }
 
+TEST_F(AgentInfoChange, IsLookedForBetweenThePreviousAndTheCurrentRecord) {
+    using Compared = FakeCollectors::Compared;
+    EXPECT_FALSE(IsChanged());
+    EXPECT_EQ(Fake().net_compared, (Compared{&previous.adapters, &current.adapters}));
+    EXPECT_EQ(Fake().ext_compared, (Compared{&previous.ext_info, &current.ext_info}));
+    EXPECT_EQ(Fake().sys_compared, (Compared{&previous.sys_info, &current.sys_info}));
+}
+
 TEST_F(AgentInfoChange, OfSystemFactsAloneIsOne) {
     Fake().sys_changed = true;
     EXPECT_TRUE(IsChanged());

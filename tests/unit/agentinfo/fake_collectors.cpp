@@ -40,17 +40,20 @@ extern "C" int __wrap__Z10GetSysInfoR10_stSysInfo(_stSysInfo& out) {
 }
 
 extern "C" bool __wrap__Z16IsNetInfoChangedRSt6vectorI14_stAdapterInfoSaIS0_EES3_(
-    std::vector<_stAdapterInfo>& /*previous*/, std::vector<_stAdapterInfo>& /*current*/) {
+    std::vector<_stAdapterInfo>& previous, std::vector<_stAdapterInfo>& current) {
+    Fake().net_compared = {&previous, &current};
     return Called("IsNetInfoChanged", Fake().net_changed);
 }
 
-extern "C" bool __wrap__Z12IsExtChangedRK10_stExtInfoS1_(const _stExtInfo& /*previous*/,
-                                                         const _stExtInfo& /*current*/) {
+extern "C" bool __wrap__Z12IsExtChangedRK10_stExtInfoS1_(const _stExtInfo& previous,
+                                                         const _stExtInfo& current) {
+    Fake().ext_compared = {&previous, &current};
     return Called("IsExtChanged", Fake().ext_changed);
 }
 
-extern "C" bool __wrap__Z12IsSysChangedRK10_stSysInfoS1_(const _stSysInfo& /*previous*/,
-                                                         const _stSysInfo& /*current*/) {
+extern "C" bool __wrap__Z12IsSysChangedRK10_stSysInfoS1_(const _stSysInfo& previous,
+                                                         const _stSysInfo& current) {
+    Fake().sys_compared = {&previous, &current};
     return Called("IsSysChanged", Fake().sys_changed);
 }
 

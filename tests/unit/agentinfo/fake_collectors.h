@@ -21,6 +21,16 @@ struct FakeCollectors {
     bool sys_changed = false;
     std::set<std::string> added;  // what RecordIpv4Addresses hands back
 
+    // What the comparisons were given.
+    struct Compared {
+        const void* previous = nullptr;
+        const void* current = nullptr;
+        bool operator==(const Compared&) const = default;
+    };
+    Compared net_compared;
+    Compared ext_compared;
+    Compared sys_compared;
+
     // Names of the functions called, in order; the report with its addresses.
     std::vector<std::string> calls;
 };
