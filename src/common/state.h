@@ -1,6 +1,7 @@
-// Module-wide state, all of it: what one cycle leaves for the next and what the conversations on
-// the bus leave for each other. It is touched by the worker alone, so nothing here is locked. It is
-// built when the library is loaded, survives a stop and restart of the worker, and goes at unload.
+// Module-wide state that more than one file knows: what one cycle leaves for the next and what the
+// conversations on the bus leave for each other. It is touched by the worker alone, so nothing here
+// is locked. It is built when the library is loaded, survives a stop and restart of the worker, and
+// goes at unload.
 //
 // The link state, g_preOnlineState, Attempt_Times, g_strCurConnectIp and g_strPreConnectIp, is
 // exported by the library and therefore declared in kxepinfo.h.

@@ -9,8 +9,8 @@ namespace {
 
 constexpr char kLogTag[] = "kxepproto";
 
-// 0 until the agent's id is first known, then kept: an id that is redrawn counts from the next
-// start of the process.
+// 0 until the agent's id is first known, then kept: an id that is redrawn counts from the next time
+// the library is loaded.
 uint32_t cached_agent_id = 0;
 
 void AddBit(bf_kxepinfo::epinfo& msg, bf_kxepinfo::msg_type bit) {

@@ -24,9 +24,9 @@ void AddUsrLogToProto(const _stUsrLogInfo& rec, bf_kxepinfo::epinfo& msg);
 // login_info. trust_info and custom_info stay: they are not this module's.
 void ClearEpinfo(bf_kxepinfo::epinfo& msg);
 
-// Stamps agent_id (nox_get_hostid, kept for the process once it is known) and agent_timestamp
-// (kxe_time, seconds since the epoch), then encodes. False when the agent's id is unknown, and
-// `out` is untouched; false when the encoding fails, and `out` holds nothing of use.
+// Stamps agent_id (nox_get_hostid, kept while the library is loaded once it is known) and
+// agent_timestamp (kxe_time, seconds since the epoch), then encodes. False when the agent's id is
+// unknown, and `out` is untouched; false when the encoding fails, and `out` holds nothing of use.
 bool ProtoToString(bf_kxepinfo::epinfo& msg, std::string& out);
 
 // Decode the whole of `bytes`; false when they are no such message, and `msg` then holds what was
@@ -51,7 +51,8 @@ bool GetLoginFromProto(const bf_kxepinfo::epinfo& msg, _stUsrLogInfo& out);
 // versions but agent_version and virus_version keep the values they have in `out`.
 bool GetAgentFromProto(const bf_kxepinfo::epinfo& msg, _stAgentInfo& out);
 
-// Always false: uploads name no other agents, so no id is ever among them.
+// Always false, whatever the arguments: a place kept for readers that will look for an id in the
+// list of ui_info.
 bool IsInAgentIds(const bf_kxepinfo::epinfo& msg, std::string id);
 
 #endif  // KXEPINFO_MSGHANDLER_KXEPPROTO_H

@@ -90,7 +90,7 @@ bool GetAgentFromProto(const bf_kxepinfo::epinfo& msg, _stAgentInfo& out) {
     return true;
 }
 
-// The string comes by value as its callers have always handed it over.
+// By value, since readers are built against this signature.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool IsInAgentIds(const bf_kxepinfo::epinfo& /*msg*/, std::string /*id*/) {
     return false;
