@@ -166,3 +166,16 @@ TEST_F(CloneFlags, AreNotMadeWithoutADuplicate) {
     IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
     EXPECT_TRUE(fs::is_empty(kxtest::InstallationRoot() / "config"));
 }
+
+TEST_F(CloneFlags, HaveRoomForTheLongestPath) {
+    std::vector<std::pair<std::string, std::size_t>> expanded;
+    kxtest::Agent().kxe_dirutils_path_transform = [&](const char* in, char* out, std::size_t size) {
+        expanded.emplace_back(in, size);
+        out[0] = '\0';
+    };
+    MarkAsClone(1);
+    EXPECT_THAT(
+        expanded,
+        ElementsAre(std::pair<std::string, std::size_t>("@/../config/recalculate_agentid", 4096),
+                    std::pair<std::string, std::size_t>("@/../config/clone_flag", 4096)));
+}

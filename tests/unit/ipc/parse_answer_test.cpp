@@ -1,6 +1,8 @@
+#include <new>
 #include <string>
 
 #include "answer_frames.h"
+#include "common/state.h"
 #include "ipc/response.h"
 #include "ipc_fixture.h"
 
@@ -15,6 +17,7 @@ using testing::IsEmpty;
 namespace {
 
 bool mapping_fails = false;
+bool memory_is_short = false;
 
 // What an answer is parsed into when the parser leaves it alone.
 _mgrRespondMsg Untouched() {
@@ -30,6 +33,7 @@ class ParseAnswer : public kxtest::IpcTest {
   protected:
     void TearDown() override {
         mapping_fails = false;
+        memory_is_short = false;
         IpcTest::TearDown();
     }
 
@@ -47,6 +51,9 @@ bool RealGetResponFromProto(const bf_kxepinfo::epinfo_msg_respone& msg, _mgrResp
 bool WrapGetResponFromProto(const bf_kxepinfo::epinfo_msg_respone& msg, _mgrRespondMsg& out) asm(
     "__wrap__Z18GetResponFromProtoRKN11bf_kxepinfo18epinfo_msg_responeER14_mgrRespondMsg");
 bool WrapGetResponFromProto(const bf_kxepinfo::epinfo_msg_respone& msg, _mgrRespondMsg& out) {
+    if (memory_is_short) {
+        throw std::bad_alloc();
+    }
     return !mapping_fails && RealGetResponFromProto(msg, out);
 }
 
@@ -195,4 +202,14 @@ TEST_F(ParseAnswer, FailsTheSameWithTheLogDisabled) {
     EXPECT_EQ(Parse(Frame(std::string(), 0, 2)), -1);
     EXPECT_EQ(Parse(Frame("\xFF\xFF\xFF")), -1);
     EXPECT_EQ(kxtest::LogCalls(), 0);
+}
+
+TEST_F(ParseAnswer, WithoutMemoryForItCountsAsAFailure) {
+    memory_is_short = true;
+    std::string frame = Frame(Accepted());
+    IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
+    EXPECT_EQ(Attempt_Times, 1U);
+    EXPECT_EQ(kxtest::LoggedLinesUpTo(2),
+              (std::vector<LogLine>{
+                  {1, "kxepinfo", "the manager's answer ended early: std::bad_alloc"}}));
 }

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <limits>
-#include <new>
 #include <string>
 
 #include "answer_frames.h"
@@ -200,17 +199,4 @@ TEST_F(Response, IsTheSameWithTheLogDisabled) {
     Receive(Frame(Accepted()));
     EXPECT_EQ(Attempt_Times, 0U);
     EXPECT_EQ(kxtest::LogCalls(), 0);
-}
-
-TEST_F(Response, WantOfMemoryWhileReadingCountsAsAFailure) {
-    kxtest::Agent().kxe_dirutils_path_transform = [](const char*, char*, size_t) {
-        throw std::bad_alloc();
-    };
-    auto message = Accepted();
-    message.set_duplicate(1);
-    Receive(Frame(message));
-    EXPECT_EQ(Attempt_Times, 1U);
-    EXPECT_EQ(LoggedLinesUpTo(2),
-              (std::vector<LogLine>{
-                  {1, "kxepinfo", "the manager's answer ended early: std::bad_alloc"}}));
 }
