@@ -3,11 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 
-#include "autolog.h"
 #include "collectors/procfile.h"
 
 std::deque<std::string>& FuzzedFiles() {
@@ -33,17 +31,4 @@ File OpenForReading(const char* /*path*/) {
 
 extern "C" unsigned sleep(unsigned /*seconds*/) {
     return 0;
-}
-
-// Enabled, so that every message is formatted; written nowhere.
-int error_output_check(int /*level*/) {
-    return 1;
-}
-
-void error_output(int /*level*/, const char* /*tag*/, int /*line*/, const char* fmt, ...) {
-    char text[1024] = {};
-    va_list arguments;
-    va_start(arguments, fmt);
-    (void)std::vsnprintf(text, sizeof text, fmt, arguments);
-    va_end(arguments);
 }

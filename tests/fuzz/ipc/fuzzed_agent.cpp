@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "autolog.h"
 #include "ini_file.h"
 #include "kxe_base.h"
 #include "kxe_glock.h"
@@ -46,19 +45,6 @@ void Require(bool condition) {
     if (!condition) {
         std::abort();
     }
-}
-
-// Enabled, so that every message is formatted; written nowhere.
-int error_output_check(int /*level*/) {
-    return 1;
-}
-
-void error_output(int /*level*/, const char* /*tag*/, int /*line*/, const char* fmt, ...) {
-    char text[1024] = {};
-    va_list arguments;
-    va_start(arguments, fmt);
-    (void)std::vsnprintf(text, sizeof text, fmt, arguments);
-    va_end(arguments);
 }
 
 nox_ipc_st* nox_ipc_create(const char* /*name*/, int /*flags*/) {
