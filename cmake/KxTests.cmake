@@ -32,7 +32,8 @@ add_test(NAME e2e.install
 set_tests_properties(e2e.install PROPERTIES FIXTURES_SETUP installed LABELS e2e)
 
 # kx_e2e_test(NAME SOURCES ... [LINK ...])
-# A GoogleTest program that runs real processes in copies of the installed tree.
+# A GoogleTest program that runs real processes in copies of the installed tree. Its tests wait more
+# than they work, so they are begun first (COST).
 function(kx_e2e_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -41,7 +42,7 @@ function(kx_e2e_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} kx_e2e_support)
   add_dependencies(${name} kx_quick_time)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 300 LABELS e2e FIXTURES_REQUIRED installed)
+                       PROPERTIES TIMEOUT 300 LABELS e2e FIXTURES_REQUIRED installed COST 10)
 endfunction()
 
 # kx_fuzz_target(NAME SOURCES ... [LINK ...])
