@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -92,6 +93,7 @@ bool WaitUntil(const std::function<bool()>& fact, std::chrono::milliseconds limi
 
 AgentInstallation::AgentInstallation(const std::string& name)
     : m_temporary(MakeTemporaryDirectory()), m_root(m_temporary / name) {
+    umask(022);  // of what is installed and of what is started: a host tells of looser permissions
     CopyTree(KX_E2E_INSTALLED, m_root);
 }
 

@@ -126,6 +126,27 @@ TEST_F(Host, ALibraryThatIsNoModuleGivesOneLineAndStatus1) {
     EXPECT_THAT(host.errors, testing::StartsWith("kxehost: not a module of this agent: "));
 }
 
+TEST_F(Host, PrintsNothingInACorrectInstallation) {
+    StartManager();
+    Program& host = StartHost();
+    ASSERT_NE(Upload(0), nullptr);
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_EQ(host.output(), "");
+    EXPECT_EQ(host.errors(), "");
+}
+
+TEST_F(Host, ComplainsOfAFileThatOthersCanChangeAndWorks) {
+    const std::filesystem::path file = installation().path("config/server.ini");
+    std::filesystem::permissions(file, std::filesystem::perms{0666});
+    StartManager();
+    Program& host = StartHost();
+    ASSERT_NE(Upload(0), nullptr);
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_EQ(host.errors(), "kxehost: " + file.string() +
+                                 " can be changed by everybody (mode 0666, owner " +
+                                 std::to_string(getuid()) + "): see SECURITY.md\n");
+}
+
 // The service manager's end of the notification socket.
 class NotifySocket {
   public:
