@@ -15,9 +15,12 @@ namespace kxtest {
 // test is to be skipped.
 class TinyDisk {
   public:
-    // The kernel rounds the size up to whole pages.
-    TinyDisk(std::filesystem::path directory, int kilobytes) : directory_(std::move(directory)) {
-        const std::string size = "size=" + std::to_string(kilobytes) + "k";
+    // The kernel rounds the size up to whole pages. `files` limits their number, 0 does not.
+    TinyDisk(std::filesystem::path directory, int kilobytes, int files = 0)
+        : directory_(std::move(directory)) {
+        // The directory itself counts as a file for the kernel.
+        const std::string size = "size=" + std::to_string(kilobytes) +
+                                 "k,nr_inodes=" + std::to_string(files == 0 ? 0 : files + 1);
         mounted_ = unshare(CLONE_NEWNS) == 0 &&
                    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                    mount("tmpfs", directory_.c_str(), "tmpfs", 0, size.c_str()) == 0;

@@ -92,6 +92,30 @@ TEST_F(CloneFlags, AreLeftAloneWhenBothAreThere) {
     EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate));
 }
 
+// Only whether the name is taken is looked at.
+TEST_F(CloneFlags, MayBeDirectories) {
+    fs::create_directory(clone);
+    MarkAsClone(1);
+    EXPECT_TRUE(fs::is_directory(clone));
+    EXPECT_TRUE(fs::is_empty(recalculation));
+    fs::remove(recalculation);
+    fs::create_directory(recalculation);
+    fs::remove(clone);
+    kxtest::ClearLog();
+    MarkAsClone(1);
+    EXPECT_FALSE(fs::exists(clone));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate));
+}
+
+TEST_F(CloneFlags, DoNotTouchWhatALinkUnderTheirNameLeadsTo) {
+    WriteFile("precious", "precious");
+    fs::create_symlink("../precious", clone);
+    MarkAsClone(1);
+    EXPECT_EQ(ReadFile(kxtest::InstallationRoot() / "precious"), "precious");
+    EXPECT_TRUE(fs::is_empty(recalculation));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate));
+}
+
 TEST_F(CloneFlags, TellTheManagersNumber) {
     WriteFile("config/recalculate_agentid", "");
     MarkAsClone(0xFFFFFFFF);

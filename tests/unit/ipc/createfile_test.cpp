@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -34,7 +36,22 @@ int DescriptorOf(const fs::path& path) {
     return -1;
 }
 
+// What write(2) does when it is set.
+std::function<ssize_t(int, const void*, std::size_t)> hooked_write;
+
 }  // namespace
+
+// In front of the module's calls of the C library, by the linker's --wrap. Visible, since the
+// linker counts the calls of AddressSanitizer's library among the wrapped ones.
+#pragma GCC visibility push(default)
+extern "C" {
+ssize_t RealWrite(int descriptor, const void* data, std::size_t size) asm("__real_write");
+ssize_t WrapWrite(int descriptor, const void* data, std::size_t size) asm("__wrap_write");
+ssize_t WrapWrite(int descriptor, const void* data, std::size_t size) {
+    return hooked_write ? hooked_write(descriptor, data, size) : RealWrite(descriptor, data, size);
+}
+}
+#pragma GCC visibility pop
 
 TEST_F(CreateFile, MakesAnEmptyFile) {
     EXPECT_TRUE(CreateOrTruncate(File().c_str()).IsOpen());
@@ -123,4 +140,37 @@ TEST_F(CreateFile, SaysWhenTheFileTookLess) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     EXPECT_FALSE(written);
     EXPECT_EQ(kxtest::ReadFile(File()), "some");
+}
+
+TEST_F(CreateFile, GoesOnAfterAnInterruption) {
+    CreatedFile file = CreateOrTruncate(File().c_str());
+    int calls = 0;
+    hooked_write = [&](int descriptor, const void* data, std::size_t size) {
+        errno = EINTR;
+        return ++calls < 3 ? -1 : RealWrite(descriptor, data, size);
+    };
+    const bool written = file.Write("some text", 9);
+    hooked_write = nullptr;
+    EXPECT_TRUE(written);
+    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(kxtest::ReadFile(File()), "some text");
+}
+
+TEST_F(CreateFile, WritesInAsManyPiecesAsTheFileTakes) {
+    CreatedFile file = CreateOrTruncate(File().c_str());
+    hooked_write = [](int descriptor, const void* data, std::size_t size) {
+        return RealWrite(descriptor, data, std::min<std::size_t>(size, 2));
+    };
+    const bool written = file.Write("some text", 9);
+    hooked_write = nullptr;
+    EXPECT_TRUE(written);
+    EXPECT_EQ(kxtest::ReadFile(File()), "some text");
+}
+
+TEST_F(CreateFile, GivesUpOnAFileThatTakesNothing) {
+    CreatedFile file = CreateOrTruncate(File().c_str());
+    hooked_write = [](int, const void*, std::size_t) { return ssize_t{0}; };
+    const bool written = file.Write("some text", 9);
+    hooked_write = nullptr;
+    EXPECT_FALSE(written);
 }

@@ -122,6 +122,29 @@ TEST_F(ParseAnswer, RefusesTheGreatestLengthWithoutWrappingAround) {
                                     "size=20, msg size=4294967295, receive size=20\n"}));
 }
 
+// With the header's 20 bytes these lengths are 0 and 10 in 32 bits.
+TEST_F(ParseAnswer, RefusesLengthsThatWouldWrapAround) {
+    EXPECT_EQ(Parse(Frame("", 0xFFFFFFEC)), -1);
+    EXPECT_EQ(Parse(Frame(Accepted().SerializeAsString(), 0xFFFFFFF6)), -1);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(LogLine{2, "kxepinfo",
+                                    "parse mgr response fail, message size not match, header "
+                                    "size=20, msg size=4294967276, receive size=20\n"},
+                            LogLine{2, "kxepinfo",
+                                    "parse mgr response fail, message size not match, header "
+                                    "size=20, msg size=4294967286, receive size=24\n"}));
+    EXPECT_TRUE(IsUntouched(answer));
+}
+
+TEST_F(ParseAnswer, RefusesOneByteLessThanItsHeaderSays) {
+    const std::string payload = Accepted().SerializeAsString();
+    EXPECT_EQ(Parse(Frame(payload, kxtest::Size(payload) + 1)), -1);
+    EXPECT_THAT(LoggedLines(),
+                ElementsAre(LogLine{2, "kxepinfo",
+                                    "parse mgr response fail, message size not match, header "
+                                    "size=20, msg size=5, receive size=24\n"}));
+}
+
 TEST_F(ParseAnswer, IgnoresBytesBehindThePayload) {
     const std::string payload = Accepted().SerializeAsString();
     EXPECT_EQ(
