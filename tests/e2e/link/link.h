@@ -34,11 +34,11 @@ class LinkTest : public QuietMachineTest {
     // the host. The agent answers behind what it is doing, so the number is that of the same
     // moment.
     std::string State() {
-        std::string state = Ctl({"online"}).output;
-        state.resize(state.find('\n'));
+        const std::string state = Ctl({"online"}).output;
         const auto failed = ExportedNumber(m_host->pid(), installation().path("lib/libkxepinfo.so"),
                                            "Attempt_Times");
-        return state + ", " + (failed ? std::to_string(*failed) : "?") + " failed";
+        return state.substr(0, state.find('\n')) + ", " + (failed ? std::to_string(*failed) : "?") +
+               " failed";
     }
 
     Program& host() { return *m_host; }
