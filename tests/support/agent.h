@@ -1,4 +1,4 @@
-// A whole agent for one test: an installation of its own and the programs that run in it.
+// A whole agent: an installation of its own and the programs that run in it.
 #ifndef KXEPINFO_TESTS_SUPPORT_AGENT_H
 #define KXEPINFO_TESTS_SUPPORT_AGENT_H
 
@@ -15,9 +15,9 @@
 namespace kxtest {
 
 // The shortest interval that the module accepts, and every detail in the log.
-class AgentTest : public ::testing::Test {
-  protected:
-    explicit AgentTest(const std::string& installation = "agent") : m_installation(installation) {
+class Agent {
+  public:
+    explicit Agent(const std::string& installation = "agent") : m_installation(installation) {
         m_installation.set_interval(2);
         m_installation.set_log_level(4);
     }
@@ -97,6 +97,12 @@ class AgentTest : public ::testing::Test {
     std::optional<Program> m_manager;
     std::optional<Program> m_centre;
     std::optional<Program> m_host;
+};
+
+// With one agent.
+class AgentTest : public ::testing::Test, protected Agent {
+  protected:
+    using Agent::Agent;
 };
 
 }  // namespace kxtest
