@@ -10,7 +10,8 @@ constexpr char kAddressChanged[] = "epinfo.sys_info.nw_info.is_ip_changed";
 
 struct Failure {
     const char* fault;
-    bool is_answer;  // something comes back, if only rubbish
+    bool is_answer;    // something comes back, if only rubbish
+    const char* told;  // what the log says of it
 };
 
 std::ostream& operator<<(std::ostream& out, const Failure& failure) {
@@ -37,6 +38,7 @@ TEST_P(Failing, OnceIsOnlineAndEverythingIsToldAgain) {
     installation().write("var/connect.ini", "[connect]\nip=10.2.0.1\n");
     StartManager({"--fault", std::string(GetParam().fault) + ":1"});
     EXPECT_EQ(FirstCycle(), "online, 1 failed");
+    EXPECT_TRUE(Logs(GetParam().told));
     EXPECT_EQ(NextCycle(), "online, 0 failed");
     EXPECT_EQ(NextCycle(), "online, 0 failed");
     EXPECT_THAT(Commands(), ElementsAre(14, 14, 2));
@@ -52,12 +54,17 @@ TEST_P(Failing, OnceIsOnlineAndEverythingIsToldAgain) {
     EXPECT_EQ(json_is_true(Member(second.get(), kAddressChanged)), !GetParam().is_answer);
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, Failing,
-                         testing::Values(Failure{"refuse", true}, Failure{"garbage", true},
-                                         Failure{"short", true}, Failure{"type2", true},
-                                         Failure{"long", true}, Failure{"silent", false},
-                                         Failure{"close", false}),
-                         [](const auto& tested) { return std::string(tested.param.fault); });
+INSTANTIATE_TEST_SUITE_P(
+    Faults, Failing,
+    testing::Values(
+        Failure{"refuse", true, "> to mgr failed with error: refused because of --fault refuse"},
+        Failure{"garbage", true, "parse kxepinfo response msg from mgr fail"},
+        Failure{"short", true, "msg check failed, lenth is 19"},
+        Failure{"type2", true, "ParseIpcMsg,not support type:2"},
+        Failure{"long", true, "parse mgr response fail, message size not match, header size=20"},
+        Failure{"silent", false, "send msg to mgr failed with error msg: Connection timed out"},
+        Failure{"close", false, "send msg to mgr failed with error msg: Connection reset by peer"}),
+    [](const auto& tested) { return std::string(tested.param.fault); });
 
 using Answer = LinkTest;
 

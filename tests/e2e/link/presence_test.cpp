@@ -17,8 +17,10 @@ TEST_F(Manager, ThatComesLateIsToldEverything) {
     EXPECT_EQ(NextCycle(), "online, 4 failed");
     EXPECT_EQ(NextCycle(), "offline, 5 failed");
     EXPECT_EQ(NextCycle(), "offline, 6 failed");
+    EXPECT_EQ(Ctl({"online"}).status, 1);
     StartManager();
     EXPECT_EQ(NextCycle(), "online, 0 failed");
+    EXPECT_EQ(Ctl({"online"}).status, 0);
     EXPECT_EQ(NextCycle(), "online, 0 failed");
     EXPECT_THAT(Commands(), ElementsAre(14, 2));
 }
