@@ -34,10 +34,6 @@ std::string ModulePath(const std::string& path) {
     return whole.find('/') == std::string::npos ? "./" + whole : whole;
 }
 
-void Module::Close::operator()(void* library) const {
-    dlclose(library);
-}
-
 bool Module::load(const std::string& path) {
     m_path = ModulePath(path);
     if (m_path.empty()) {
@@ -46,7 +42,7 @@ bool Module::load(const std::string& path) {
     }
     // Everything is resolved now: a module that misses something must fail here, not in the middle
     // of its work. Its symbols stay its own.
-    m_library.reset(dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    m_library = dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_library == nullptr) {
         kxapp::Complain("cannot load the module: %s", LoaderError());
         return false;
@@ -63,7 +59,7 @@ bool Module::load(const std::string& path) {
 // linked to it. When it cannot write there it goes on with standard error by itself.
 void Module::set_up_log() const {
     using Initialise = int (*)(const char* directory, int files);
-    const auto initialise = reinterpret_cast<Initialise>(dlsym(m_library.get(), "autolog_init"));
+    const auto initialise = reinterpret_cast<Initialise>(dlsym(m_library, "autolog_init"));
     if (initialise != nullptr) {
         char directory[kPathSize];
         kxe_dirutils_path_transform(kLogDirectory, directory, sizeof directory);
@@ -72,7 +68,7 @@ void Module::set_up_log() const {
 }
 
 bool Module::find(const char* name, Function& function) {
-    function = reinterpret_cast<Function>(dlsym(m_library.get(), name));
+    function = reinterpret_cast<Function>(dlsym(m_library, name));
     if (function == nullptr) {
         kxapp::Complain("not a module of this agent: %s", LoaderError());
     }

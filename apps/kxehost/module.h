@@ -2,7 +2,6 @@
 #ifndef KX_APPS_KXEHOST_MODULE_H
 #define KX_APPS_KXEHOST_MODULE_H
 
-#include <memory>
 #include <string>
 
 namespace kxehost {
@@ -11,7 +10,8 @@ namespace kxehost {
 // in front: it means a file here, not a library to be searched for. Empty when it is too long.
 std::string ModulePath(const std::string& path);
 
-// Loads, starts and stops the module. All on one thread.
+// Loads, starts and stops the module. All on one thread. The library stays loaded until the process
+// ends: tracing that the module has begun runs on.
 class Module {
   public:
     Module() = default;
@@ -29,15 +29,12 @@ class Module {
     bool stop();
 
   private:
-    struct Close {
-        void operator()(void* library) const;
-    };
     using Function = int (*)();
     bool find(const char* name, Function& function);
     void set_up_log() const;
 
     std::string m_path;
-    std::unique_ptr<void, Close> m_library;
+    void* m_library = nullptr;
     Function m_init = nullptr;
     Function m_uninit = nullptr;
     bool m_started = false;
