@@ -22,7 +22,13 @@ std::string ComplaintOfLoading(const std::string& path) {
     return ::testing::internal::GetCapturedStderr();
 }
 
-class ModuleTest : public kxtest::InstallationTest {};
+class ModuleTest : public kxtest::InstallationTest {
+  protected:
+    void TearDown() override {
+        unsetenv("KX_FAKE_START");
+        unsetenv("KX_FAKE_STOP");
+    }
+};
 
 }  // namespace
 
