@@ -1,77 +1,63 @@
 // Clone flags on disks that do not take them.
-#include <gmock/gmock.h>
-
 #include <filesystem>
-#include <memory>
+#include <optional>
 #include <string>
 
+#include "cloneflags_fixture.h"
 #include "ipc/cloneflags.h"
-#include "ipc_fixture.h"
 #include "tiny_disk.h"
 
 namespace fs = std::filesystem;
 using kxtest::LoggedLines;
-using kxtest::LogLine;
 using kxtest::ReadFile;
 using kxtest::WriteFile;
 using testing::ElementsAre;
 
 namespace {
 
-const LogLine kDuplicate{3, "kxepinfo", "duplicate:1"};
-const LogLine kRecalculate{3, "kxepinfo", "recalculate"};
-const LogLine kNoCloneFlag{2, "kxepinfo", "fail to touch clone_flag"};
-const LogLine kNoRecalculation{2, "kxepinfo", "fail to touch recalculate flag"};
-
-class CloneFlagsOnDisk : public kxtest::IpcTest {
+// The configuration on a disk with room for one page in three files.
+class CloneFlagsOnDisk : public kxtest::CloneFlagsTest {
   protected:
-    // The configuration on a disk of one page that holds so many files; 0: any number.
-    void UseDisk(int files) {
-        fs::create_directory(m_config);
-        m_disk = std::make_unique<kxtest::TinyDisk>(m_config, 4, files);
+    void SetUp() override {
+        CloneFlagsTest::SetUp();
+        m_disk.emplace(config, kPage / 1024, kFiles);
         if (!m_disk->IsMounted()) {
             GTEST_SKIP() << "mounting needs root";
         }
     }
-    void MakeReadOnly() const {
-        ASSERT_EQ(mount(nullptr, m_config.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    static void FillPage() { WriteFile("config/filler", std::string(kPage, 'x')); }
+    void LeaveRoomFor(int files) const {
+        for (int number = files; number < kFiles; ++number) {
+            WriteFile("config/filler" + std::to_string(number), "");
+        }
     }
-    LogLine CannotOpen() const {
-        const fs::path expanded = kxtest::InstallationRoot() / "bin/../config/clone_flag";
-        return {1, "kxepinfo", "fail to open: " + expanded.string()};
+    void RemoveFillers() const {
+        for (int number = 0; number < kFiles; ++number) {
+            fs::remove(config / ("filler" + std::to_string(number)));
+        }
+    }
+    void MakeReadOnly() const {
+        ASSERT_EQ(mount(nullptr, config.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
     }
 
   private:
-    const fs::path m_config = kxtest::InstallationRoot() / "config";
-    std::unique_ptr<kxtest::TinyDisk> m_disk;
-
-  protected:
-    const fs::path clone = m_config / "clone_flag";
-    const fs::path recalculation = m_config / "recalculate_agentid";
+    static constexpr int kPage = 4096;
+    static constexpr int kFiles = 3;
+    std::optional<kxtest::TinyDisk> m_disk;
 };
 
 }  // namespace
 
 TEST_F(CloneFlagsOnDisk, StopWhenTheFirstCannotBeFilled) {
-    UseDisk(0);
-    if (IsSkipped()) {
-        return;
-    }
-    WriteFile("config/filler", std::string(4096, 'x'));
+    FillPage();
     MarkAsClone(1);
     EXPECT_FALSE(fs::exists(recalculation));
-    EXPECT_THAT(LoggedLines(),
-                ElementsAre(kDuplicate, kRecalculate, LogLine{1, "kxepinfo", "create clone_flag"},
-                            kNoCloneFlag));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotWrite, kNoCloneFlag));
 }
 
 // Whether a flag is there is all that counts, so the empty one that the full disk left will do.
 TEST_F(CloneFlagsOnDisk, AreCompletedByTheNextReport) {
-    UseDisk(0);
-    if (IsSkipped()) {
-        return;
-    }
-    WriteFile("config/filler", std::string(4096, 'x'));
+    FillPage();
     MarkAsClone(1);
     kxtest::ClearLog();
     MarkAsClone(1);
@@ -81,18 +67,12 @@ TEST_F(CloneFlagsOnDisk, AreCompletedByTheNextReport) {
 }
 
 TEST_F(CloneFlagsOnDisk, AreTriedAgainWhenNotEvenTheFirstCouldBeMade) {
-    UseDisk(2);
-    if (IsSkipped()) {
-        return;
-    }
-    WriteFile("config/one", "");
-    WriteFile("config/other", "");
+    LeaveRoomFor(0);
     MarkAsClone(1);
     EXPECT_FALSE(fs::exists(clone));
     EXPECT_FALSE(fs::exists(recalculation));
-    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, CannotOpen(), kNoCloneFlag));
-    fs::remove(recalculation.parent_path() / "one");
-    fs::remove(recalculation.parent_path() / "other");
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotOpen, kNoCloneFlag));
+    RemoveFillers();
     kxtest::ClearLog();
     MarkAsClone(1);
     EXPECT_EQ(ReadFile(clone), "1");
@@ -101,10 +81,7 @@ TEST_F(CloneFlagsOnDisk, AreTriedAgainWhenNotEvenTheFirstCouldBeMade) {
 }
 
 TEST_F(CloneFlagsOnDisk, AreTheFirstAloneWhenThereIsNoRoomForTheSecond) {
-    UseDisk(1);
-    if (IsSkipped()) {
-        return;
-    }
+    LeaveRoomFor(1);
     MarkAsClone(1);
     EXPECT_EQ(ReadFile(clone), "1");
     EXPECT_FALSE(fs::exists(recalculation));
@@ -112,22 +89,14 @@ TEST_F(CloneFlagsOnDisk, AreTheFirstAloneWhenThereIsNoRoomForTheSecond) {
 }
 
 TEST_F(CloneFlagsOnDisk, AreNotMadeOnOneThatIsReadOnly) {
-    UseDisk(0);
-    if (IsSkipped()) {
-        return;
-    }
     MakeReadOnly();
     MarkAsClone(1);
     EXPECT_FALSE(fs::exists(clone));
     EXPECT_FALSE(fs::exists(recalculation));
-    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, CannotOpen(), kNoCloneFlag));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotOpen, kNoCloneFlag));
 }
 
 TEST_F(CloneFlagsOnDisk, AreNotCompletedOnOneThatIsReadOnly) {
-    UseDisk(0);
-    if (IsSkipped()) {
-        return;
-    }
     WriteFile("config/clone_flag", "1");
     MakeReadOnly();
     MarkAsClone(1);
@@ -136,10 +105,6 @@ TEST_F(CloneFlagsOnDisk, AreNotCompletedOnOneThatIsReadOnly) {
 }
 
 TEST_F(CloneFlagsOnDisk, AreNotTriedWhenTheSecondIsThere) {
-    UseDisk(0);
-    if (IsSkipped()) {
-        return;
-    }
     WriteFile("config/recalculate_agentid", "");
     MakeReadOnly();
     MarkAsClone(1);

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "answer_frames.h"
+#include "cloneflags_fixture.h"
 #include "common/state.h"
 #include "ipc/response.h"
-#include "ipc_fixture.h"
 
 namespace fs = std::filesystem;
 using kxtest::LoggedLines;
@@ -20,26 +20,7 @@ using testing::ElementsAre;
 
 namespace {
 
-const LogLine kDuplicate{3, "kxepinfo", "duplicate:1"};
-const LogLine kRecalculate{3, "kxepinfo", "recalculate"};
-const LogLine kNoCloneFlag{2, "kxepinfo", "fail to touch clone_flag"};
-const LogLine kNoRecalculation{2, "kxepinfo", "fail to touch recalculate flag"};
-
-// The paths as the module expands them, which is how they are logged.
-std::string Expanded(const std::string& name) {
-    return (kxtest::InstallationRoot() / "bin/../config" / name).string();
-}
-
-class CloneFlags : public kxtest::IpcTest {
-  protected:
-    void SetUp() override {
-        IpcTest::SetUp();
-        fs::create_directory(kxtest::InstallationRoot() / "config");
-    }
-
-    const fs::path clone = kxtest::InstallationRoot() / "config/clone_flag";
-    const fs::path recalculation = kxtest::InstallationRoot() / "config/recalculate_agentid";
-};
+using CloneFlags = kxtest::CloneFlagsTest;
 
 // No file can grow while it lives: what a full disk does to a write.
 class FullDisk {
@@ -123,12 +104,9 @@ TEST_F(CloneFlags, TellTheManagersNumber) {
 }
 
 TEST_F(CloneFlags, AreNotMadeInAMissingDirectory) {
-    fs::remove(kxtest::InstallationRoot() / "config");
+    fs::remove(config);
     MarkAsClone(1);
-    EXPECT_THAT(LoggedLines(),
-                ElementsAre(kDuplicate, kRecalculate,
-                            LogLine{1, "kxepinfo", "fail to open: " + Expanded("clone_flag")},
-                            kNoCloneFlag));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotOpen, kNoCloneFlag));
 }
 
 TEST_F(CloneFlags, StopAtAFirstThatCannotBeWritten) {
@@ -137,9 +115,7 @@ TEST_F(CloneFlags, StopAtAFirstThatCannotBeWritten) {
         MarkAsClone(1);
     }
     EXPECT_FALSE(fs::exists(recalculation));
-    EXPECT_THAT(LoggedLines(),
-                ElementsAre(kDuplicate, kRecalculate, LogLine{1, "kxepinfo", "create clone_flag"},
-                            kNoCloneFlag));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotWrite, kNoCloneFlag));
 }
 
 TEST_F(CloneFlags, DoNotFollowALinkUnderTheNameOfTheFirst) {
@@ -147,10 +123,7 @@ TEST_F(CloneFlags, DoNotFollowALinkUnderTheNameOfTheFirst) {
     MarkAsClone(1);
     EXPECT_FALSE(fs::exists(kxtest::InstallationRoot() / "elsewhere"));
     EXPECT_FALSE(fs::exists(recalculation));
-    EXPECT_THAT(LoggedLines(),
-                ElementsAre(kDuplicate, kRecalculate,
-                            LogLine{1, "kxepinfo", "fail to open: " + Expanded("clone_flag")},
-                            kNoCloneFlag));
+    EXPECT_THAT(LoggedLines(), ElementsAre(kDuplicate, kRecalculate, kCannotOpen, kNoCloneFlag));
 }
 
 TEST_F(CloneFlags, DoNotFollowALinkUnderTheNameOfTheSecond) {
@@ -174,7 +147,7 @@ TEST_F(CloneFlags, AreMadeUponADuplicateAndTheAgentIsOnline) {
 }
 
 TEST_F(CloneFlags, ThatCannotBeMadeDoNotTurnTheAnswerIntoAFailure) {
-    fs::remove(kxtest::InstallationRoot() / "config");
+    fs::remove(config);
     auto message = kxtest::Accepted();
     message.set_duplicate(1);
     std::string frame = kxtest::Frame(message);
@@ -188,7 +161,7 @@ TEST_F(CloneFlags, ThatCannotBeMadeDoNotTurnTheAnswerIntoAFailure) {
 TEST_F(CloneFlags, AreNotMadeWithoutADuplicate) {
     std::string frame = kxtest::Frame(kxtest::Accepted());
     IpcOnResponse(0, 0, frame.data(), kxtest::Size(frame), nullptr);
-    EXPECT_TRUE(fs::is_empty(kxtest::InstallationRoot() / "config"));
+    EXPECT_TRUE(fs::is_empty(config));
 }
 
 TEST_F(CloneFlags, HaveRoomForTheLongestPath) {
