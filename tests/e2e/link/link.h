@@ -2,6 +2,8 @@
 #ifndef KXEPINFO_TESTS_E2E_LINK_LINK_H
 #define KXEPINFO_TESTS_E2E_LINK_LINK_H
 
+#include <signal.h>
+
 #include <string>
 #include <vector>
 
