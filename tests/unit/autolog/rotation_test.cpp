@@ -1,6 +1,7 @@
 // Files that grow full.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <set>
 
 #include "loaded_log.h"
@@ -106,4 +107,21 @@ TEST_F(Rotation, AfterARotationTheFileIsStillKnownToBeInPlace) {
         return !LoggedTexts().empty();
     }));
     EXPECT_EQ(LoggedTexts(), std::vector<std::string>{"t:1 x"});
+}
+
+// Whatever is logged, and for however long: so many files of that size.
+TEST_F(Rotation, TheDirectoryNeverGrowsPastAllFilesTogether) {
+    constexpr int kFiles = 5;  // as the module keeps
+    ASSERT_EQ(init(Directory().c_str(), kFiles), 0);
+    std::uintmax_t largest = 0;
+    for (int part = 0; part < 65; ++part) {
+        Log(1);
+        std::uintmax_t size = 0;
+        for (const auto& entry : fs::directory_iterator(Directory())) {
+            size += entry.file_size();
+        }
+        largest = std::max(largest, size);
+    }
+    EXPECT_LE(largest, kFiles * kFull);
+    EXPECT_GT(largest, kFiles * kFull - (std::size_t{2} << 20));
 }
