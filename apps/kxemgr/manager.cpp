@@ -55,6 +55,12 @@ kxapp::Reply Manager::accept(const Upload& upload) {
 
 bf_kxepinfo::epinfo_msg_respone Manager::answer_to(const Upload& upload) {
     auto answer = Accept(upload.message, upload.received.tv_sec);
+    // An agent without an id sends nothing of what it has; accepted, it would count that as told.
+    if (upload.message.agent_id() == 0) {
+        answer.set_status(0);
+        answer.set_res_msg("the upload names no agent");
+        return answer;
+    }
     if (m_database == nullptr) {
         answer.set_duplicate(m_machines.is_duplicate(upload.message) ? 1 : 0);
         return answer;

@@ -67,6 +67,15 @@ TEST(Manager, ShowsAndAcceptsAnUpload) {
     EXPECT_EQ(Answer(handled.reply).cmd_type(), 2U);
 }
 
+TEST(Manager, ShowsAndRefusesAnUploadThatNamesNoAgent) {
+    kxemgr::Manager manager({}, NoFaults(), nullptr);
+    const Handled handled = Handle(manager, 0, kxapp::MakeFrame(""));
+    EXPECT_NE(handled.output, "");
+    EXPECT_EQ(handled.errors, "");
+    EXPECT_EQ(Answer(handled.reply).status(), 0U);
+    EXPECT_EQ(Answer(handled.reply).res_msg(), "the upload names no agent");
+}
+
 TEST(Manager, ShowsJsonWhenAsked) {
     kxemgr::Options options;
     options.json = true;
