@@ -21,6 +21,7 @@ constexpr int kFewRounds = 40;
 constexpr bool kMemoryTells = true;
 #endif
 constexpr int kSeed = 20260314;
+constexpr int kReloadEvery = 10;  // the host's
 
 class Storms {
   public:
@@ -69,7 +70,7 @@ TEST_P(Subject, IsLeftAlone) {
 
 // A host that cannot tell a bad module proves nothing.
 TEST_P(Subject, IsSeenToBeTouched) {
-    const Finished host = storms.Blow(2, "at-once", GetParam(), KX_BAD_MODULE);
+    const Finished host = storms.Blow(kReloadEvery, "at-once", GetParam(), KX_BAD_MODULE);
     EXPECT_EQ(host.status, 1) << host.output;
     EXPECT_THAT(host.output, HasSubstr(std::string(": ") + GetParam() + ": "));
 }
@@ -77,7 +78,7 @@ TEST_P(Subject, IsSeenToBeTouched) {
 INSTANTIATE_TEST_SUITE_P(OfTheHost, Subject,
                          testing::Values("dispositions", "masks", "locale", "environment", "umask",
                                          "directory", "timers", "streams", "limits", "process",
-                                         "life", "descriptors", "threads"),
+                                         "life", "descriptors", "threads", "unloading"),
                          NameOfParameter);
 
 // Reckoned from the hundredth round to the last, like the two subjects before.
@@ -85,7 +86,7 @@ TEST_F(Storm, MemoryIsSeenToGrow) {
     if (!kMemoryTells) {
         GTEST_SKIP() << "the sanitizer keeps what is freed";
     }
-    const Finished host = storms.Blow(2, "at-once", "memory", KX_BAD_MODULE);
+    const Finished host = storms.Blow(kReloadEvery, "at-once", "memory", KX_BAD_MODULE);
     EXPECT_EQ(host.status, 1) << host.output;
     EXPECT_THAT(host.output, HasSubstr(": memory: "));
 }
@@ -129,7 +130,7 @@ using StormOnQuietMachine = QuietMachineTest;  // has addresses to tell of
 // The SDK may have begun something that runs on: it stays, with the bus library, which was asked
 // for the agent's id, and what that stands on. The module itself goes all the same.
 TEST_F(StormOnQuietMachine, AfterATracingEventTheSdkAndTheBusLibraryStay) {
-    const Finished host = Storms(installation()).Blow(10, "armed", "all");
+    const Finished host = Storms(installation()).Blow(kReloadEvery, "armed", "all");
     EXPECT_EQ(host.status, 0) << host.output;
     EXPECT_THAT(host.output, HasSubstr("\nstaying after the last unloading: libautolog.so "
                                        "libcl_ev.so libkxe_bpsdk.so libkxebase.so libnoxipc.so\n"));
@@ -137,7 +138,7 @@ TEST_F(StormOnQuietMachine, AfterATracingEventTheSdkAndTheBusLibraryStay) {
 
 TEST_F(StormOnQuietMachine, WithoutTheSdkTheBusLibraryStays) {
     std::filesystem::remove(installation().path("lib/libkxe_bpsdk.so"));
-    const Finished host = Storms(installation()).Blow(10, "armed", "all");
+    const Finished host = Storms(installation()).Blow(kReloadEvery, "armed", "all");
     EXPECT_EQ(host.status, 0) << host.output;
     EXPECT_THAT(host.output, HasSubstr("\nstaying after the last unloading: libautolog.so "
                                        "libcl_ev.so libkxebase.so libnoxipc.so\n"));
