@@ -1,6 +1,8 @@
 #include "loop.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -41,6 +43,24 @@ bool HasEvent(const uv_loop_t* loop) {
     return poll(&backend, 1, 0) > 0;
 }
 
+// 0 when there is room for two pipes, or an errno value. In its first loop libuv opens a pipe that
+// it cannot do without, after one descriptor more: when there is no room, it ends the process.
+int FindRoom() {
+    int ends[2];
+    int other_ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return errno;
+    }
+    const int error = pipe2(other_ends, O_CLOEXEC) == 0 ? 0 : errno;
+    if (error == 0) {
+        (void)close(other_ends[0]);
+        (void)close(other_ends[1]);
+    }
+    (void)close(ends[0]);
+    (void)close(ends[1]);
+    return error;
+}
+
 void OnWake(uv_async_t* /*handle*/) {
     // That it ran has ended the wait.
 }
@@ -63,6 +83,9 @@ std::unique_ptr<Loop> Loop::Make(int* error) {
 
 // Neither handle keeps the loop alive: a loop with nothing else in it has ended.
 int Loop::Init() {
+    if (const int error = FindRoom(); error != 0) {
+        return error;
+    }
     int result = uv_loop_init(uv());
     if (result != 0) {
         return -result;

@@ -157,6 +157,22 @@ TEST(IsolatedThread, WithoutDescriptorsLeftGivesAnError) {
     EXPECT_EQ(0, result);
 }
 
+// Whatever their number, also when libuv's own would not all find room.
+TEST(IsolatedThread, WithFewDescriptorsLeftGivesAnErrorOrRuns) {
+    for (rlim_t limit = 3; limit < 16; ++limit) {
+        const int result = InChild([limit] {
+            const rlimit few = {limit, limit};
+            if (setrlimit(RLIMIT_NOFILE, &few) != 0) {
+                return 1;
+            }
+            pthread_t thread = {};
+            const int code = cl_ev_create_isolated_thread(&thread, 0, ReturnArgument, nullptr);
+            return code == EMFILE || (code == 0 && pthread_join(thread, nullptr) == 0) ? 0 : 2;
+        });
+        EXPECT_EQ(0, result) << limit;
+    }
+}
+
 std::set<int> OpenDescriptors() {
     std::set<int> open;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
