@@ -2,6 +2,8 @@
 #ifndef NOXIPC_INBOUND_H
 #define NOXIPC_INBOUND_H
 
+#include <utility>
+
 #include "address.h"
 #include "stream.h"
 
@@ -12,8 +14,8 @@ class Inbound final : public Stream {
     // Throws std::bad_alloc.
     static Inbound* Make(nox_ipc_st* instance, const StreamEnvironment& environment);
 
-    // Accepts the connection that waits. It must be dropped when this returns an errno value.
-    int Accept(uv_stream_t* listening) { return Stream::Accept(listening); }
+    // Takes an accepted connection over. It must be dropped when this returns an errno value.
+    int Open(Descriptor socket) { return Stream::Open(std::move(socket)); }
 
     // Begins, once the instance knows the connection. Throws std::bad_alloc.
     int Start();

@@ -22,8 +22,8 @@ nox_ipc_st* nox_ipc_st::Make(uv_loop_t* loop, const std::string& name, int flags
     std::unique_ptr<nox_ipc_st> instance(new nox_ipc_st(loop, name, flags));
     auto* const self = instance.get();
     instance->listener_ = noxipc::Listener::Make(
-        loop, name, instance->access_, [self](uv_stream_t* listening) { self->Accept(listening); },
-        error);
+        loop, name, instance->access_,
+        [self](noxipc::Descriptor socket) { self->Accept(std::move(socket)); }, error);
     return *error == 0 ? instance.release() : nullptr;
 }
 
@@ -176,11 +176,11 @@ void nox_ipc_st::OnMessage(Address from, Frame frame) {
                 on_message_user_);
 }
 
-void nox_ipc_st::Accept(uv_stream_t* listening) {
+void nox_ipc_st::Accept(noxipc::Descriptor socket) {
     Inbound* connection = nullptr;
     try {
         connection = Inbound::Make(this, environment());
-        if (connection->Accept(listening) != 0 || !Admit(connection)) {
+        if (connection->Open(std::move(socket)) != 0 || !Admit(connection)) {
             connection->Drop();
         }
     } catch (const std::bad_alloc&) {

@@ -75,7 +75,7 @@ struct nox_ipc_st {
     uint32_t NewRequestId();
     noxipc::Outbound* ConnectionTo(const std::string& peer, int* error);
     int Send(const std::string& peer, const noxipc::Outgoing& frame, noxipc::Outbound** connection);
-    void Accept(uv_stream_t* listening);
+    void Accept(noxipc::Descriptor socket);
     bool Admit(noxipc::Inbound* connection);
 
     uv_loop_t* loop_;

@@ -6,11 +6,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "log.h"
 
 namespace noxipc {
+namespace {
+
+constexpr int kMostAtOnce = 64;  // then the connections that are there get their turn
+constexpr uint64_t kPauseMs = 100;
+
+}  // namespace
 
 Listener::Pointer Listener::Make(uv_loop_t* loop, const std::string& name, const AccessRule& rule,
                                  OnConnection on_connection, int* error) {
@@ -22,22 +30,19 @@ Listener::Pointer Listener::Make(uv_loop_t* loop, const std::string& name, const
     if (*error != 0) {
         return nullptr;
     }
-    // From here on closing it frees it, the handle being in the loop.
-    auto* made = new Listener(std::move(directory), std::move(lock), name + ".sock",
-                              std::move(on_connection));
-    made->pipe_.data = made;
-    (void)uv_pipe_init(loop, &made->pipe_, 0);  // cannot fail
-    Pointer listener(made);
-    *error = listener->Listen(rule);
+    // From here on closing it frees it.
+    Pointer listener(new Listener(std::move(directory), std::move(lock), name + ".sock",
+                                  std::move(on_connection)));
+    *error = listener->Listen(loop, rule);
     return *error == 0 ? std::move(listener) : nullptr;
 }
 
-int Listener::Bind(int socket, const AccessRule& rule) {
+int Listener::Bind(const AccessRule& rule) {
     const int directory = directory_.descriptor();
     // Whoever bound it is dead, since the name's lock is ours.
     (void)unlinkat(directory, file_.c_str(), 0);
     const sockaddr_un address = directory_.Address(file_);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         return errno;
     }
     const bool for_group = !rule.allowed().empty();
@@ -49,35 +54,82 @@ int Listener::Bind(int socket, const AccessRule& rule) {
     return fchmodat(directory, file_.c_str(), for_group ? 0660 : 0600, 0) != 0 ? errno : 0;
 }
 
-int Listener::Listen(const AccessRule& rule) {
-    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket.valid()) {
+// Watched by us and not as a stream of libuv's, which would never accept again after a connection
+// for which there was no memory, and would try for ever while there is no descriptor for one.
+int Listener::Listen(uv_loop_t* loop, const AccessRule& rule) {
+    (void)uv_timer_init(loop, &pause_);  // cannot fail
+    pause_.data = this;
+    ++open_handles_;
+    socket_ = Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket_.valid()) {
         return errno;
     }
-    int error = Bind(socket.get(), rule);
-    if (error == 0) {
-        // Bound by us and not by libuv, which knows only whole paths of the length of an address.
-        error = -uv_pipe_open(&pipe_, socket.get());
+    if (const int error = Bind(rule); error != 0) {
+        return error;
     }
-    if (error == 0) {
-        (void)socket.Release();
-        error = -uv_listen(reinterpret_cast<uv_stream_t*>(&pipe_), SOMAXCONN, OnPending);
+    if (listen(socket_.get(), SOMAXCONN) != 0) {
+        return errno;
     }
-    return error;
+    if (const int error = uv_poll_init(loop, &poll_, socket_.get()); error != 0) {
+        return -error;
+    }
+    poll_.data = this;
+    ++open_handles_;
+    Watch();
+    return 0;
 }
 
-void Listener::OnPending(uv_stream_t* stream, int status) {
-    if (status < 0) {
-        NOX_LOG(kLogError, "a connection cannot be accepted: %s", uv_strerror(status));
-        return;
+void Listener::Watch() {
+    (void)uv_poll_start(&poll_, UV_READABLE, OnPending);  // cannot fail
+}
+
+void Listener::OnPending(uv_poll_t* poll, int /*status*/, int /*events*/) {
+    static_cast<Listener*>(poll->data)->AcceptSome();
+}
+
+void Listener::AcceptSome() {
+    for (int i = 0; i < kMostAtOnce; ++i) {
+        Descriptor accepted(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        const int error = accepted.valid() ? 0 : errno;
+        if (error == EAGAIN) {
+            return;
+        }
+        if (error == 0) {
+            failing_ = false;
+            on_connection_(std::move(accepted));
+        } else if (error != EINTR && error != ECONNABORTED) {
+            Pause(error);
+            return;
+        }
     }
-    static_cast<Listener*>(stream->data)->on_connection_(stream);
+}
+
+void Listener::Pause(int error) {
+    if (!std::exchange(failing_, true)) {
+        NOX_LOG(kLogError, "a connection cannot be accepted: %s", std::strerror(error));
+    }
+    (void)uv_poll_stop(&poll_);
+    (void)uv_timer_start(
+        &pause_, [](uv_timer_t* timer) { static_cast<Listener*>(timer->data)->Watch(); }, kPauseMs,
+        0);
+}
+
+void Listener::CloseHandle(uv_handle_t* handle) {
+    uv_close(handle, [](uv_handle_t* closed) {
+        auto* const self = static_cast<Listener*>(closed->data);
+        if (--self->open_handles_ == 0) {
+            delete self;
+        }
+    });
 }
 
 void Listener::Close() {
-    // The handle first, so that nobody connects to a name that is free already.
-    uv_close(reinterpret_cast<uv_handle_t*>(&pipe_),
-             [](uv_handle_t* handle) { delete static_cast<Listener*>(handle->data); });
+    if (poll_.data != nullptr) {
+        CloseHandle(reinterpret_cast<uv_handle_t*>(&poll_));
+    }
+    CloseHandle(reinterpret_cast<uv_handle_t*>(&pause_));
+    // The socket first, so that nobody connects to a name that is free already.
+    socket_.Reset();
     (void)unlinkat(directory_.descriptor(), file_.c_str(), 0);
     lock_.reset();
 }

@@ -10,12 +10,16 @@
 
 #include "access_rule.h"
 #include "bus_directory.h"
+#include "descriptor.h"
 #include "name_lock.h"
 
 namespace noxipc {
 
 // Holds the name from Make until Close, which gives name and socket up at once. The memory follows
 // in a pass of the loop.
+//
+// While the process has no descriptor or memory for a connection, those that come wait, and are
+// tried again ten times a second.
 class Listener {
   public:
     struct CloseNow {
@@ -23,8 +27,8 @@ class Listener {
     };
     using Pointer = std::unique_ptr<Listener, CloseNow>;
 
-    // `on_connection` must accept one connection from the stream it is given, and must not throw.
-    using OnConnection = std::function<void(uv_stream_t*)>;
+    // Takes over a connection that was accepted. Must neither throw nor close the listener.
+    using OnConnection = std::function<void(Descriptor)>;
 
     // Null on failure; *error is then an errno value, EADDRINUSE when a living instance has the
     // name. Throws std::bad_alloc.
@@ -41,16 +45,24 @@ class Listener {
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    int Listen(const AccessRule& rule);
-    int Bind(int socket, const AccessRule& rule);
+    int Listen(uv_loop_t* loop, const AccessRule& rule);
+    int Bind(const AccessRule& rule);
+    void Watch();
+    void AcceptSome();
+    void Pause(int error);
     void Close();
-    static void OnPending(uv_stream_t* stream, int status);
+    void CloseHandle(uv_handle_t* handle);
+    static void OnPending(uv_poll_t* poll, int status, int events);
 
     BusDirectory directory_;
     std::unique_ptr<NameLock> lock_;  // released before the directory is closed
     std::string file_;
     OnConnection on_connection_;
-    uv_pipe_t pipe_ = {};
+    Descriptor socket_;
+    uv_poll_t poll_ = {};
+    uv_timer_t pause_ = {};  // runs after a failure, instead of poll_
+    int open_handles_ = 0;   // in the loop
+    bool failing_ = false;   // told in the log already
 };
 
 }  // namespace noxipc

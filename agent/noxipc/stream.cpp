@@ -37,13 +37,9 @@ void OnWritten(uv_write_t* request, int /*status*/) {
 
 }  // namespace
 
-int Stream::InitPipe() {
-    pipe_.data = this;
-    return -uv_pipe_init(environment_.loop, &pipe_, 0);
-}
-
 int Stream::Open(Descriptor socket) {
-    int error = InitPipe();
+    pipe_.data = this;
+    int error = -uv_pipe_init(environment_.loop, &pipe_, 0);
     if (error == 0) {
         error = -uv_pipe_open(&pipe_, socket.get());
     }
@@ -51,11 +47,6 @@ int Stream::Open(Descriptor socket) {
         (void)socket.Release();
     }
     return error;
-}
-
-int Stream::Accept(uv_stream_t* listening) {
-    const int error = InitPipe();
-    return error != 0 ? error : -uv_accept(listening, AsStream());
 }
 
 int Stream::StartReading() {

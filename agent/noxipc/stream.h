@@ -53,10 +53,9 @@ class Stream {
     explicit Stream(const StreamEnvironment& environment) : environment_(environment) {}
     virtual ~Stream() = default;
 
-    // Takes the socket over. Either of them comes first, once; after a failure the stream must be
-    // ended. Returns 0 or an errno value.
+    // Takes the socket over. Comes first, once; after a failure the stream must be ended. Returns 0
+    // or an errno value.
     int Open(Descriptor socket);
-    int Accept(uv_stream_t* listening);
 
     // Starts to read, and gets ready to write much at once. Returns 0 or an errno value.
     int StartReading();
@@ -79,7 +78,6 @@ class Stream {
     uv_stream_t* AsStream() { return reinterpret_cast<uv_stream_t*>(&pipe_); }
     uv_handle_t* AsHandle() { return reinterpret_cast<uv_handle_t*>(&pipe_); }
 
-    int InitPipe();
     void OnBytes(std::span<const char> bytes);
     bool HandleResult(FrameDecoder::Result result, Frame* frame);
     void WatchUnfinishedFrame();

@@ -1,4 +1,8 @@
 // Arguments, sizes and numbers at their limits.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <climits>
 
@@ -108,6 +112,40 @@ TEST_F(LimitsTest, WhatWaitsForOnePeerDoesNotCountForAnother) {
     ASSERT_EQ(0, Ask(client, AddressOf("server"), data, &outcome));
     RunUntil([&] { return outcome.done(); });
     EXPECT_EQ(0, outcome.status);
+}
+
+// While it exists, this process cannot open anything.
+class NoDescriptors {
+  public:
+    NoDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        const rlimit none = {static_cast<rlim_t>(next), before_.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+  private:
+    rlimit before_{};
+};
+
+TEST_F(LimitsTest, WhoConnectsWhileNoDescriptorIsLeftIsServedLater) {
+    Server server("server");
+    RawPeer peer("server");
+    peer.Send(HelloBytes("raw") + FrameBytes(Kind::kRequest, 1, 7, "x"));
+    {
+        const NoDescriptors missing;
+        RunUntil([] { return !kxtest::LoggedLinesUpTo(2).empty(); });
+        RunWhatIsDue();
+        EXPECT_TRUE(server.requests.empty());
+    }
+    RunUntil([&] { return !server.requests.empty(); });
+    EXPECT_THAT(kxtest::LoggedLinesUpTo(2),
+                testing::ElementsAre(kxtest::LogLine{
+                    2, "noxipc", "a connection cannot be accepted: Too many open files"}));
 }
 
 TEST_F(LimitsTest, AResponseToAPeerThatDoesNotReadIsRefusedAndStaysOpen) {
