@@ -10,6 +10,7 @@
 
 struct kxe_ini_file {
     kxebase::IniDocument document;
+    bool incomplete = false;  // memory was missing for a change
 };
 
 namespace {
@@ -69,15 +70,25 @@ const char* GetValue(const kxe_ini_file* f, const char* section, const char* key
     return value;
 }
 
+// As Guarded, for a change.
+template <class Work>
+int Change(kxe_ini_file* f, Work work) {
+    const int result = Guarded(work);
+    if (result != 0 && errno == ENOMEM) {
+        f->incomplete = true;
+    }
+    return result;
+}
+
 int SetValue(kxe_ini_file* f, const char* section, const char* key, const char* value) {
-    return Guarded([&] {
+    return Change(f, [&] {
         const bool given = f != nullptr && section != nullptr && key != nullptr && value != nullptr;
         return given ? f->document.Set(section, key, value) : EINVAL;
     });
 }
 
 int RemoveSection(kxe_ini_file* f, const char* section) {
-    return Guarded([&] {
+    return Change(f, [&] {
         if (f == nullptr || section == nullptr) {
             return EINVAL;
         }
@@ -90,6 +101,9 @@ int SaveFile(kxe_ini_file* f, const char* path) {
     return Guarded([&] {
         if (f == nullptr || path == nullptr) {
             return EINVAL;
+        }
+        if (f->incomplete) {
+            return ENOMEM;
         }
         const std::string text = f->document.Text();
         return text.size() > kMostBytes ? EFBIG : kxebase::ReplaceFile(path, text);

@@ -61,6 +61,9 @@ int kxe_ini_file_del(kxe_ini_file* f, const char* section);
  * a file that was not there gets mode 0644 less the umask. Symbolic links are followed and stay.
  * `flags` is not looked at.
  *
+ * A document for one of whose changes memory was missing (ENOMEM) is not saved any more, with
+ * ENOMEM: a file with a part of the changes would be worse than the old one.
+ *
  * On failure the old file is as it was, no other file is left, and the document can be saved again;
  * errno is that of the call that failed, or EFBIG when the text is over 4 MiB, EISDIR or EINVAL
  * when something other than a regular file is in the place. */
