@@ -32,10 +32,11 @@ class Agent {
     Program& StartQuickHost() { return StartHost({}, QuickTime()); }
     // With time that the test moves: an upload at once, then one for each StepToNextCycle, of which
     // the next must not come before that upload.
-    Program& StartSteppedHost() {
+    Program& StartSteppedHost() { return StartHost({}, SteppedTime()); }
+    Program::Options SteppedTime() const {
         Program::Options options = QuickTime();
         options.environment["KX_TIME_STEPS"] = m_installation.path("step");
-        return StartHost({}, options);
+        return options;
     }
     void StepToNextCycle() const { m_installation.write("step", ""); }
     // With --json, listening when this returns.
