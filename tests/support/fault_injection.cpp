@@ -53,8 +53,8 @@ bool IsOfTests(std::string_view file) {
 }
 
 // Calls that must not fail, because of who made them, perhaps through the C library: this library
-// and others that are preloaded are not prepared for it, and Jansson writes beyond the end of its
-// memory when there is no more for a text that it reads.
+// and others that are preloaded are not prepared for it, nor are sanitizers, and Jansson writes
+// beyond the end of its memory when there is no more for a text that it reads.
 bool IsLeftAlone(const Stack& stack) {
     const auto is_own = [](void* code) { return IsOfTests(OriginOf(code).file); };
     const auto is_c_library = [](void* code) {
@@ -63,8 +63,12 @@ bool IsLeftAlone(const Stack& stack) {
     };
     const auto* const called = std::find_if_not(stack.begin(), stack.end(), is_own);
     const auto* const caller = std::find_if_not(called, stack.end(), is_c_library);
-    return caller != stack.end() &&
-           (is_own(*caller) || OriginOf(*caller).file.starts_with("libjansson"));
+    if (caller == stack.end()) {
+        return false;
+    }
+    const std::string_view file = OriginOf(*caller).file;
+    return IsOfTests(file) || file.starts_with("libjansson") || file.starts_with("libasan") ||
+           file.starts_with("libtsan");
 }
 
 // Who called, innermost first.

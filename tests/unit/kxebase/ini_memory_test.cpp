@@ -18,6 +18,11 @@ long allocations_left = -1;  // until one is refused; below 0, none is
 
 }  // namespace
 
+// SimpleIni loses the copy of a text when there is no memory for the entry that is to hold it.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+    return "leak:CSimpleIniTempl";
+}
+
 void* operator new(std::size_t size) {
     void* const memory =
         allocations_left >= 0 && allocations_left-- == 0 ? nullptr : std::malloc(size);
