@@ -55,25 +55,22 @@ kxapp::Reply Manager::accept(const Upload& upload) {
 
 bf_kxepinfo::epinfo_msg_respone Manager::answer_to(const Upload& upload) {
     auto answer = Accept(upload.message, upload.received.tv_sec);
-    // An agent without an id sends nothing of what it has; accepted, it would count that as told.
-    if (upload.message.agent_id() == 0) {
+    std::string fault;
+    const auto duplicate = m_database != nullptr ? m_database->keep(upload, fault)
+                                                 : m_machines.is_duplicate(upload.message);
+    if (!duplicate) {
+        kxapp::Complain("upload from %s is refused, since it cannot be kept: %s",
+                        upload.from.c_str(), fault.c_str());
+        answer.set_status(0);
+        answer.set_res_msg("the manager cannot keep the upload: " + fault);
+    } else if (upload.message.agent_id() == 0) {
+        // An agent without an id sends nothing of what it has; accepted, it would count that as
+        // told.
         answer.set_status(0);
         answer.set_res_msg("the upload names no agent");
-        return answer;
-    }
-    if (m_database == nullptr) {
-        answer.set_duplicate(m_machines.is_duplicate(upload.message) ? 1 : 0);
-        return answer;
-    }
-    std::string fault;
-    if (const auto duplicate = m_database->keep(upload, fault)) {
+    } else {
         answer.set_duplicate(*duplicate ? 1 : 0);
-        return answer;
     }
-    kxapp::Complain("upload from %s is refused, since it cannot be kept: %s", upload.from.c_str(),
-                    fault.c_str());
-    answer.set_status(0);
-    answer.set_res_msg("the manager cannot keep the upload: " + fault);
     return answer;
 }
 

@@ -136,15 +136,6 @@ TEST_F(Uploads, GoOnWithAManagerThatWasKilledAndCameBack) {
     EXPECT_NE(Upload(0), nullptr);
 }
 
-TEST_F(Uploads, TheHostPrintsNothing) {
-    StartManager();
-    Program& host = StartHost();
-    ASSERT_NE(Upload(0), nullptr);
-    EXPECT_EQ(host.stop(), 0);
-    EXPECT_EQ(host.output(), "");
-    EXPECT_EQ(host.errors(), "");
-}
-
 TEST_F(Uploads, EveryLogLineHasTheLogsForm) {
     StartManager();
     StartHost();

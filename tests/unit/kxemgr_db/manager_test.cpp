@@ -83,6 +83,15 @@ TEST_F(ManagerWithDatabase, KeepsWhatIsRefusedByFault) {
     EXPECT_EQ(Ask("SELECT count(*) FROM uploads"), "1");
 }
 
+TEST_F(ManagerWithDatabase, KeepsAndRefusesWhatNamesNoAgent) {
+    kxemgr::Manager manager = MakeManager();
+    const Handled handled = Handle(manager, UploadOfMachine(0, 1));
+    EXPECT_EQ(handled.answer.status(), 0U);
+    EXPECT_EQ(handled.answer.res_msg(), "the upload names no agent");
+    EXPECT_EQ(Ask("SELECT count(*) FROM uploads"), "1");
+    EXPECT_EQ(Ask("SELECT count(*) FROM agents"), "0");
+}
+
 TEST_F(ManagerWithDatabase, DoesNotKeepWhatIsNoUpload) {
     kxemgr::Manager manager = MakeManager();
     const auto broken = std::make_unique<SampleUpload>();
