@@ -47,8 +47,7 @@ Adapters Fill() {
 
 // The address that links to the manager is the one that is found last.
 void LinkOverLastAddress() {
-    const fs::path programs = fs::path(kxbench::OwnProgram()).parent_path();
-    std::ofstream file(programs / "../var/connect.ini", std::ios::trunc);
+    std::ofstream file(fs::path(kxbench::OwnInstallation()) / "var/connect.ini", std::ios::trunc);
     if (!(file << "[connect]\nip=" << LastAddress() << "\n").flush()) {
         kxbench::Fail("cannot write the file of the connect address");
     }
@@ -151,7 +150,8 @@ void MeasureLayout(Layout layout, const std::string& name) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    (void)kxbench::BeginReport("adapters", argc, argv);
     MeasureLayout(Layout::kOneAdapterEach, "adapters, one for each address");
     MeasureLayout(Layout::kOneAdapter, "adapters, one for all addresses");
     return EXIT_SUCCESS;

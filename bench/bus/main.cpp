@@ -42,12 +42,11 @@ void Compare(BusClient& bus, SocketClient& socket, const std::string& size_name,
         bus_times.push_back(Measure(bus, payload, count));
         socket_times.push_back(Measure(socket, payload, count));
     }
-    const double bus_time = kxbench::Median(bus_times);
-    const double socket_time = kxbench::Median(socket_times);
-    const std::string what = "bus, " + size_name + ": ";
-    kxbench::Report(what + "time of a round trip", bus_time, "us", "bare Unix socket", socket_time);
-    kxbench::Report(what + "round trips", 1e6 / bus_time, "1/s", "bare Unix socket",
-                    1e6 / socket_time);
+    kxbench::Report({.name = size_name + ": time of a round trip",
+                     .unit = "us",
+                     .samples = bus_times,
+                     .floor = "bare Unix socket",
+                     .floor_samples = socket_times});
 }
 
 // Two connected sockets; the second stays open in a child process, as its standard input.
@@ -69,6 +68,7 @@ int main(int argc, char** argv) {
         ServeSocket(std::atoi(argv[2]));  // NOLINT(cert-err34-c): written below
         return EXIT_SUCCESS;
     }
+    (void)kxbench::BeginReport("bus", argc, argv);
     const auto [near_end, far_end] = ConnectedSockets();
     (void)fcntl(far_end, F_SETFD, 0);
     const kxbench::Child socket_server(kxbench::OwnProgram(),

@@ -1,6 +1,7 @@
 // What each collector costs a call: processor time, of the processes that it starts as well, and
 // system calls. Beside each the least that could bring the same facts: the same programs started,
-// the same functions of the C library called, the same bytes read.
+// the same functions of the C library called, the same bytes read. The second in which processor
+// load is sampled takes no time here.
 //
 //   bench_collectors    from the bin directory of an installation
 #include <fcntl.h>
@@ -31,12 +32,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using SystemCallList = std::vector<kxbench::SystemCalls>;
+
+constexpr int kRounds = 11;
+
 struct Collector {
     std::string name;
     std::function<void()> collect;
     std::string reference_name;
     std::function<void()> reference;
-    int rounds;
     int calls;
 };
 
@@ -65,12 +69,10 @@ Collector Resources() {
             .reference =
                 [] {
                     ReadFile("/proc/stat");
-                    (void)sleep(1);
                     ReadFile("/proc/stat");
                     ReadFile("/proc/meminfo");
                 },
-            .rounds = 5,
-            .calls = 1};
+            .calls = 200};
 }
 
 Collector System(const std::string& programs) {
@@ -82,7 +84,6 @@ Collector System(const std::string& programs) {
                 },
             .reference_name = "popen of the two commands",
             .reference = [programs] { kxbench::RunSystemCommands(programs); },
-            .rounds = 11,
             .calls = 20};
 }
 
@@ -100,7 +101,6 @@ Collector Adapters() {
                     Require(getifaddrs(&first) == 0, "getifaddrs");
                     freeifaddrs(first);
                 },
-            .rounds = 11,
             .calls = 500};
 }
 
@@ -117,7 +117,6 @@ Collector Versions(const std::string& settings) {
                     ReadFile(settings + "/server.ini");
                     ReadFile(settings + "/agent_cfg.json");
                 },
-            .rounds = 11,
             .calls = 500};
 }
 
@@ -131,34 +130,52 @@ Collector Login(const std::string& file) {
                 },
             .reference_name = "reading the last record",
             .reference = [file, size] { ReadFile(file, size - off_t{sizeof(utmp)}); },
-            .rounds = 11,
             .calls = 500};
+}
+
+std::vector<double> Values(const SystemCallList& calls, double kxbench::SystemCalls::*count) {
+    std::vector<double> values;
+    for (const kxbench::SystemCalls& call : calls) {
+        values.push_back(call.*count);
+    }
+    return values;
 }
 
 void Measure(const Collector& collector) {
     const kxbench::Compared time = kxbench::CompareProcessorTime(
-        collector.collect, collector.reference, collector.rounds, collector.calls);
-    const int counted = collector.calls > 1 ? 10 : 1;
-    const kxbench::SystemCalls calls = kxbench::CountSystemCalls(collector.collect, counted);
-    const kxbench::SystemCalls reference = kxbench::CountSystemCalls(collector.reference, counted);
-    const std::string name = "collector, " + collector.name + ": ";
-    kxbench::Report(name + "processor time", time.work, "us", collector.reference_name,
-                    time.reference);
-    kxbench::Report(name + "system calls", calls.own, "calls", collector.reference_name,
-                    reference.own);
-    if (calls.children > 0) {
-        kxbench::Report(name + "system calls of its children", calls.of_children, "calls",
-                        collector.reference_name, reference.of_children);
-        kxbench::Report(name + "child processes", calls.children, "processes",
-                        collector.reference_name, reference.children);
+        collector.collect, collector.reference, kRounds, collector.calls);
+    kxbench::Report({.name = collector.name + ": processor time",
+                     .unit = "us",
+                     .samples = time.work,
+                     .floor = collector.reference_name,
+                     .floor_samples = time.reference});
+    const SystemCallList calls = kxbench::CountSystemCalls(collector.collect, kRounds);
+    const SystemCallList reference = kxbench::CountSystemCalls(collector.reference, kRounds);
+    const auto report = [&](const char* what, const char* unit,
+                            double kxbench::SystemCalls::*count) {
+        kxbench::Report({.name = collector.name + ": " + what,
+                         .unit = unit,
+                         .samples = Values(calls, count),
+                         .floor = collector.reference_name,
+                         .floor_samples = Values(reference, count)});
+    };
+    report("system calls", "calls", &kxbench::SystemCalls::own);
+    if (calls.front().children > 0) {
+        report("system calls of its children", "calls", &kxbench::SystemCalls::of_children);
+        report("child processes", "processes", &kxbench::SystemCalls::children);
     }
 }
 
 }  // namespace
 
-int main() {
-    const fs::path programs = fs::path(kxbench::OwnProgram()).parent_path();
-    const fs::path root = programs.parent_path();
+// In front of the C library's.
+unsigned sleep(unsigned /*seconds*/) {
+    return 0;
+}
+
+int main(int argc, char** argv) {
+    (void)kxbench::BeginReport("collectors", argc, argv);
+    const fs::path root = kxbench::OwnInstallation();
     const std::string logins = root / "var/wtmp";
     LayDownLogins(logins);
     // What is logged goes where the module's lines go, and so costs the same.
@@ -166,7 +183,7 @@ int main() {
         kxbench::Fail("cannot open a log");
     }
     Measure(Resources());
-    Measure(System(programs));
+    Measure(System(root / "bin"));
     Measure(Adapters());
     Measure(Versions(root / "config"));
     Measure(Login(logins));

@@ -3,8 +3,7 @@
 // outside, which takes too long to tell times. Beside each the two programs that every cycle starts
 // for the system facts, started alone, in the pauses between the cycles.
 //
-//   bench_cycle INSTALLATION CYCLE_CLOCK    an installation of its own, whose settings it writes,
-//                                           and the library that is preloaded into the host
+//   bench_cycle    from the bin directory of an installation, whose settings it writes
 #include <sys/types.h>
 
 #include <chrono>
@@ -24,7 +23,7 @@
 namespace {
 
 constexpr int kTimedCycles = 11;
-constexpr int kCountedCycles = 5;
+constexpr int kCountedCycles = 7;
 constexpr char kReference[] = "popen of the two commands";
 
 // Agent facts are repeated in the 16th upload without, so all cycles of nothing come first.
@@ -64,7 +63,11 @@ void AddCycle(const std::string& line, Times& times) {
 
 void Report(const std::string& what, const std::vector<double>& times,
             const std::vector<double>& reference) {
-    kxbench::Report(what, kxbench::Median(times), "us", kReference, kxbench::Median(reference));
+    kxbench::Report({.name = what,
+                     .unit = "us",
+                     .samples = times,
+                     .floor = kReference,
+                     .floor_samples = reference});
 }
 
 void MeasureTimes(const std::string& installation, const std::string& clock_library) {
@@ -104,38 +107,53 @@ void RunCycle(kxbench::SystemCallCounter& counter, Agent& agent, Content content
     agent.NextUpload(content);
 }
 
-void ReportCalls(const std::string& name, const kxbench::SystemCalls& calls,
-                 const kxbench::SystemCalls& reference) {
-    kxbench::Report(name + "system calls of the host", calls.own, "calls", kReference,
-                    reference.own);
-    kxbench::Report(name + "system calls of its children", calls.of_children, "calls", kReference,
-                    reference.of_children);
-    kxbench::Report(name + "child processes", calls.children, "processes", kReference,
-                    reference.children);
+using CallList = std::vector<kxbench::SystemCalls>;
+
+std::vector<double> Values(const CallList& calls, double kxbench::SystemCalls::*count) {
+    std::vector<double> values;
+    for (const kxbench::SystemCalls& call : calls) {
+        values.push_back(call.*count);
+    }
+    return values;
+}
+
+void ReportCalls(const std::string& name, const CallList& calls, const CallList& reference) {
+    const auto report = [&](const char* what, const char* unit,
+                            double kxbench::SystemCalls::*count) {
+        kxbench::Report({.name = name + what,
+                         .unit = unit,
+                         .samples = Values(calls, count),
+                         .floor = kReference,
+                         .floor_samples = Values(reference, count)});
+    };
+    report("system calls of the host", "calls", &kxbench::SystemCalls::own);
+    report("system calls of its children", "calls", &kxbench::SystemCalls::of_children);
+    report("child processes", "processes", &kxbench::SystemCalls::children);
 }
 
 void MeasureCalls(const std::string& installation) {
-    const kxbench::SystemCalls reference = kxbench::CountSystemCalls(
+    const CallList reference = kxbench::CountSystemCalls(
         [&] { kxbench::RunSystemCommands(installation + "/bin"); }, kCountedCycles);
     Agent agent(installation, {});
     kxbench::SystemCallCounter counter(agent.host());
     for (const auto& [content, name] : kStates) {
         RunCycle(counter, agent, content);  // from the middle of a cycle
-        const kxbench::SystemCalls before = counter.calls();
+        CallList calls;
         for (int i = 0; i < kCountedCycles; ++i) {
+            const kxbench::SystemCalls before = counter.calls();
             RunCycle(counter, agent, content);
+            calls.push_back(counter.calls() - before);
         }
-        ReportCalls(name, (counter.calls() - before) / kCountedCycles, reference);
+        ReportCalls(name, calls, reference);
     }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        kxbench::Fail("usage: bench_cycle INSTALLATION CYCLE_CLOCK");
-    }
-    MeasureTimes(argv[1], argv[2]);
-    MeasureCalls(argv[1]);
+    (void)kxbench::BeginReport("cycle", argc, argv);
+    const std::string installation = kxbench::OwnInstallation();
+    MeasureTimes(installation, installation + "/bin/libbench_cycle_clock.so");
+    MeasureCalls(installation);
     return EXIT_SUCCESS;
 }

@@ -16,6 +16,7 @@
 namespace {
 
 constexpr int kRounds = 9;
+constexpr char kFloor[] = "copying and serializing the message";
 
 _stResmon Record() {
     _stResmon record;
@@ -80,26 +81,32 @@ class Collector : public benchmark::BenchmarkReporter {
             }
             if (run.run_type == Run::RT_Iteration) {
                 nanoseconds[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
-                allocated[run.run_name.function_name] = run.counters.at("allocations");
+                allocated[run.run_name.function_name].push_back(run.counters.at("allocations"));
             }
         }
     }
 
     std::map<std::string, std::vector<double>> nanoseconds;
-    std::map<std::string, double> allocated;
+    std::map<std::string, std::vector<double>> allocated;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
+    (void)kxbench::BeginReport("encode", argc, argv);
+    int count = 1;
+    benchmark::Initialize(&count, argv);
     Collector collector;
     (void)benchmark::RunSpecifiedBenchmarks(&collector);
-    kxbench::Report(
-        "encoding an upload: time", kxbench::Median(collector.nanoseconds["Serializer"]), "ns",
-        "copying and serializing the message", kxbench::Median(collector.nanoseconds["Message"]));
-    kxbench::Report("encoding an upload: allocations", collector.allocated["Serializer"],
-                    "allocations", "copying and serializing the message",
-                    collector.allocated["Message"]);
+    kxbench::Report({.name = "encoding an upload: time",
+                     .unit = "ns",
+                     .samples = collector.nanoseconds["Serializer"],
+                     .floor = kFloor,
+                     .floor_samples = collector.nanoseconds["Message"]});
+    kxbench::Report({.name = "encoding an upload: allocations",
+                     .unit = "allocations",
+                     .samples = collector.allocated["Serializer"],
+                     .floor = kFloor,
+                     .floor_samples = collector.allocated["Message"]});
     return EXIT_SUCCESS;
 }

@@ -2,7 +2,7 @@
 // program with a module that does nothing, one after the other. Read when the first collection
 // cycle is over and the figures stand still.
 //
-//   bench_memory HOST EMPTY_MODULE    the host's file in its installation, and the other module's
+//   bench_memory    from the bin directory of an installation
 #include <unistd.h>
 
 #include <cstdlib>
@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int kRounds = 5;
+constexpr int kRounds = 7;
 constexpr int kLooksASecond = 10;
 constexpr int kStillSeconds = 3;
 constexpr int kLongestSeconds = 30;
@@ -73,23 +73,28 @@ Memory Measure(const std::string& host, const std::vector<std::string>& argument
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        kxbench::Fail("usage: bench_memory HOST EMPTY_MODULE");
-    }
+    (void)kxbench::BeginReport("memory", argc, argv);
+    const std::string programs = kxbench::OwnInstallation() + "/bin/";
     std::vector<double> proportional[2];
     std::vector<double> own[2];
     for (int round = 0; round < kRounds; ++round) {
-        const Memory with = Measure(argv[1], {});
-        const Memory without = Measure(argv[1], {"--module", argv[2]});
+        const Memory with = Measure(programs + "kxehost", {});
+        const Memory without =
+            Measure(programs + "kxehost", {"--module", programs + "libbench_empty_module.so"});
         proportional[0].push_back(with.proportional);
         proportional[1].push_back(without.proportional);
         own[0].push_back(with.own);
         own[1].push_back(without.own);
     }
-    kxbench::Report("host with the module: proportional memory (PSS)",
-                    kxbench::Median(proportional[0]), "kB", "host without it",
-                    kxbench::Median(proportional[1]));
-    kxbench::Report("host with the module: private memory", kxbench::Median(own[0]), "kB",
-                    "host without it", kxbench::Median(own[1]));
+    kxbench::Report({.name = "host with the module: proportional memory (PSS)",
+                     .unit = "kB",
+                     .samples = proportional[0],
+                     .floor = "host without it",
+                     .floor_samples = proportional[1]});
+    kxbench::Report({.name = "host with the module: private memory",
+                     .unit = "kB",
+                     .samples = own[0],
+                     .floor = "host without it",
+                     .floor_samples = own[1]});
     return EXIT_SUCCESS;
 }

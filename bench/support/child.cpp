@@ -60,4 +60,8 @@ std::string OwnProgram() {
     return std::filesystem::read_symlink("/proc/self/exe").string();
 }
 
+std::string OwnInstallation() {
+    return std::filesystem::path(OwnProgram()).parent_path().parent_path().string();
+}
+
 }  // namespace kxbench

@@ -31,6 +31,9 @@ class Child {
 // The file of the running program.
 std::string OwnProgram();
 
+// The installation that the running program is in: its file is in the bin directory.
+std::string OwnInstallation();
+
 }  // namespace kxbench
 
 #endif  // KXEPINFO_BENCH_SUPPORT_CHILD_H

@@ -3,7 +3,6 @@
 #include <sys/resource.h>
 
 #include <ctime>
-#include <vector>
 
 #include "report.h"
 
@@ -49,13 +48,12 @@ Compared CompareProcessorTime(const std::function<void()>& work,
                               const std::function<void()>& reference, int rounds, int calls) {
     (void)MicrosecondsACall(work, calls);
     (void)MicrosecondsACall(reference, calls);
-    std::vector<double> of_work;
-    std::vector<double> of_reference;
+    Compared times;
     for (int round = 0; round < rounds; ++round) {
-        of_work.push_back(MicrosecondsACall(work, calls));
-        of_reference.push_back(MicrosecondsACall(reference, calls));
+        times.work.push_back(MicrosecondsACall(work, calls));
+        times.reference.push_back(MicrosecondsACall(reference, calls));
     }
-    return {.work = Median(of_work), .reference = Median(of_reference)};
+    return times;
 }
 
 }  // namespace kxbench

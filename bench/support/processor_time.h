@@ -3,6 +3,7 @@
 #define KXEPINFO_BENCH_SUPPORT_PROCESSOR_TIME_H
 
 #include <functional>
+#include <vector>
 
 namespace kxbench {
 
@@ -13,13 +14,13 @@ double ChildrensProcessorTime();
 double ProcessorTime();
 
 struct Compared {
-    double work;
-    double reference;
+    std::vector<double> work;
+    std::vector<double> reference;
 };
 
-// Microseconds of processor time a call: medians of `rounds` rounds of `calls` calls each. Work and
-// reference take turns, so that whatever else the machine does meets both; the first round of each
-// warms up and does not count.
+// Microseconds of processor time a call: one sample for each of `rounds` rounds of `calls` calls.
+// Work and reference take turns, so that whatever else the machine does meets both; the first round
+// of each warms up and does not count.
 Compared CompareProcessorTime(const std::function<void()>& work,
                               const std::function<void()>& reference, int rounds, int calls);
 

@@ -56,7 +56,7 @@ void Mark(int socket) {
     }
 }
 
-// A child process that waits for a byte, works once, writes a byte, works and writes another one.
+// A child process that waits for a byte, then works and writes a byte once more than `times` times.
 pid_t ForkWorker(const std::function<void()>& work, int times, int socket) {
     const pid_t worker = fork();
     if (worker == 0) {
@@ -65,12 +65,10 @@ pid_t ForkWorker(const std::function<void()>& work, int times, int socket) {
         if (read(socket, &byte, 1) != 1) {
             _exit(EXIT_FAILURE);
         }
-        work();
-        Mark(socket);
-        for (int i = 0; i < times; ++i) {
+        for (int i = 0; i <= times; ++i) {
             work();
+            Mark(socket);
         }
-        Mark(socket);
         _exit(EXIT_SUCCESS);
     }
     if (worker < 0) {
@@ -97,12 +95,6 @@ SystemCalls operator-(const SystemCalls& left, const SystemCalls& right) {
     return {.own = left.own - right.own,
             .of_children = left.of_children - right.of_children,
             .children = left.children - right.children};
-}
-
-SystemCalls operator/(const SystemCalls& calls, double count) {
-    return {.own = calls.own / count,
-            .of_children = calls.of_children / count,
-            .children = calls.children / count};
 }
 
 SystemCallCounter::SystemCallCounter(pid_t process) : process_(process) {
@@ -186,20 +178,25 @@ bool SystemCallCounter::IsOwn(pid_t task) {
     return tasks_[task] = IsThreadOf(process_, task);
 }
 
-SystemCalls CountSystemCalls(const std::function<void()>& work, int times) {
+std::vector<SystemCalls> CountSystemCalls(const std::function<void()>& work, int times) {
     int sockets[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) {
         Fail("cannot make sockets");
     }
     SystemCallCounter counter(ForkWorker(work, times, sockets[1]));
     Mark(sockets[0]);
-    const SystemCalls before = CallsToMark(counter, sockets[0]);
-    SystemCalls calls = CallsToMark(counter, sockets[0]) - before;
-    calls.own -= 1;  // the mark
+    std::vector<SystemCalls> calls;
+    SystemCalls before = CallsToMark(counter, sockets[0]);
+    for (int i = 0; i < times; ++i) {
+        const SystemCalls now = CallsToMark(counter, sockets[0]);
+        calls.push_back(now - before);
+        calls.back().own -= 1;  // the mark
+        before = now;
+    }
     (void)counter.Run([] { return false; });
     (void)close(sockets[0]);
     (void)close(sockets[1]);
-    return calls / times;
+    return calls;
 }
 
 }  // namespace kxbench

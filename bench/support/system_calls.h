@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <map>
+#include <vector>
 
 namespace kxbench {
 
@@ -17,7 +18,6 @@ struct SystemCalls {
 };
 
 SystemCalls operator-(const SystemCalls& left, const SystemCalls& right);
-SystemCalls operator/(const SystemCalls& calls, double count);
 
 // Belongs to the thread that made it. Ends the program when the process cannot be watched.
 class SystemCallCounter {
@@ -48,9 +48,9 @@ class SystemCallCounter {
     SystemCalls calls_;
 };
 
-// Of one call of `work`: the mean of `times` calls, which a child process makes after one that does
-// not count. Ends the program when the work ends the child.
-SystemCalls CountSystemCalls(const std::function<void()>& work, int times);
+// Of `times` calls of `work` one by one, which a child process makes after one that does not count.
+// Ends the program when the work ends the child.
+std::vector<SystemCalls> CountSystemCalls(const std::function<void()>& work, int times);
 
 }  // namespace kxbench
 

@@ -61,7 +61,8 @@ void Compare(const std::string& what, long records, bool with_logins) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    (void)kxbench::BeginReport("wtmp", argc, argv);
     for (const long records : {1000L, 100000L, 1000000L}) {
         Compare("last login", records, true);
         Compare("no login", records, false);
