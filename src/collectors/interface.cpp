@@ -9,12 +9,10 @@
 #include <cstring>
 
 #include "common/log.h"
-#include "kxe_base.h"
 
 namespace {
 
 constexpr char kLogTag[] = "netinfo";
-constexpr std::size_t kMacSize = 30;  // of its text with the terminating zero, more than is needed
 
 // Any socket takes the requests.
 class RequestSocket {
@@ -43,15 +41,6 @@ class RequestSocket {
     int m_descriptor;
 };
 
-std::string MacText(const sockaddr& hardware) {
-    unsigned char bytes[6] = {};
-    std::memcpy(bytes, hardware.sa_data, sizeof bytes);
-    char text[kMacSize] = {};
-    (void)str_snprintf(text, sizeof text, "%02X-%02X-%02X-%02X-%02X-%02X", bytes[0], bytes[1],
-                       bytes[2], bytes[3], bytes[4], bytes[5]);
-    return text;
-}
-
 }  // namespace
 
 bool ReadInterface(const char* name, Interface& interface) {
@@ -72,11 +61,27 @@ bool ReadInterface(const char* name, Interface& interface) {
     if (!requests.Ask(SIOCGIFHWADDR, request)) {
         return false;
     }
-    interface.mac = MacText(request.ifr_hwaddr);
+    std::memcpy(interface.hardware_address.data(), request.ifr_hwaddr.sa_data,
+                interface.hardware_address.size());
     // The answer lies where the hardware address lay.
     if (!requests.Ask(SIOCGIFFLAGS, request)) {
         return false;
     }
     interface.is_up = (request.ifr_flags & IFF_UP) != 0;
     return true;
+}
+
+// Without a format: a host of containers has thousands of interfaces.
+std::string MacText(const std::array<unsigned char, 6>& hardware_address) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(3 * hardware_address.size());
+    for (const unsigned byte : hardware_address) {
+        if (!text.empty()) {
+            text += '-';
+        }
+        text += kDigits[byte >> 4U];
+        text += kDigits[byte & 0xFU];
+    }
+    return text;
 }

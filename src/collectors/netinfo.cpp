@@ -27,14 +27,14 @@ struct GrowingList {
     std::vector<_stAdapterInfo>& adapters;
     AdapterIndex index;
 
-    // The adapter of that name, appended with that hardware address when it is not there yet.
-    _stAdapterInfo& Adapter(const std::string& name, const std::string& mac) {
+    // The adapter of that name, appended with the hardware address when it is not there yet.
+    _stAdapterInfo& Adapter(const std::string& name, const Interface& interface) {
         if (const auto position = index.FindAdapterByName(name)) {
             return adapters[*position];
         }
         index.Append(name);
         _stAdapterInfo& adapter = adapters.emplace_back();
-        adapter.if_mac = mac;
+        adapter.if_mac = MacText(interface.hardware_address);
         adapter.if_name = name;
         return adapter;
     }
@@ -56,7 +56,7 @@ void AddIpv4(const ifaddrs& entry, const Interface& interface, GrowingList& list
     const auto& address = reinterpret_cast<const sockaddr_in&>(*entry.ifa_addr);
     // This one address only: others that loop back are somebody's own.
     if (ToText(AF_INET, &address.sin_addr, text) && std::strcmp(text, "127.0.0.1") != 0) {
-        list.Adapter(entry.ifa_name, interface.mac).if_ipv4.emplace_back(text);
+        list.Adapter(entry.ifa_name, interface).if_ipv4.emplace_back(text);
     }
 }
 
@@ -67,7 +67,7 @@ void AddIpv6(const ifaddrs& entry, const Interface& interface, GrowingList& list
     char text[INET6_ADDRSTRLEN] = {};
     const auto& address = reinterpret_cast<const sockaddr_in6&>(*entry.ifa_addr);
     if (ToText(AF_INET6, &address.sin6_addr, text) && std::strcmp(text, "::") != 0) {
-        list.Adapter(entry.ifa_name, interface.mac).if_ipv6.emplace_back(text);
+        list.Adapter(entry.ifa_name, interface).if_ipv6.emplace_back(text);
     }
 }
 
