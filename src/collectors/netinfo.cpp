@@ -28,14 +28,14 @@ struct GrowingList {
     AdapterIndex index;
 
     // The adapter of that name, appended with the hardware address when it is not there yet.
-    _stAdapterInfo& Adapter(const std::string& name, const Interface& interface) {
+    _stAdapterInfo& Adapter(const char* name, const Interface& interface) {
         if (const auto position = index.FindAdapterByName(name)) {
             return adapters[*position];
         }
-        index.Append(name);
         _stAdapterInfo& adapter = adapters.emplace_back();
         adapter.if_mac = MacText(interface.hardware_address);
         adapter.if_name = name;
+        index.Append();
         return adapter;
     }
 };
