@@ -76,15 +76,16 @@ Collector Resources() {
 }
 
 Collector System(const std::string& programs) {
-    return {.name = "system",
-            .collect =
-                [] {
-                    _stSysInfo record;
-                    Require(GetSysInfo(record) == 0 && !record.sys_distro.empty(), "system");
-                },
-            .reference_name = "popen of the two commands",
-            .reference = [programs] { kxbench::RunSystemCommands(programs); },
-            .calls = 20};
+    return {
+        .name = "system",
+        .collect =
+            [] {
+                _stSysInfo record;
+                Require(GetSysInfo(record) == 0 && !record.sys_distro.empty(), "system");
+            },
+        .reference_name = "popen of the two commands",
+        .reference = [programs] { Require(kxbench::RunSystemCommands(programs), "the commands"); },
+        .calls = 20};
 }
 
 Collector Adapters() {

@@ -2,28 +2,24 @@
 
 #include <cstdio>
 
-#include "report.h"
-
 namespace kxbench {
 namespace {
 
-void Run(const std::string& command) {
+bool Run(const std::string& command) {
     std::FILE* const output = popen(command.c_str(), "re");
     if (output == nullptr) {
-        Fail("cannot start " + command);
+        return false;
     }
     char text[128];
     const std::size_t length = std::fread(text, 1, sizeof text, output);
-    if (pclose(output) != 0 || length == 0) {
-        Fail("failed: " + command);
-    }
+    return pclose(output) == 0 && length > 0;
 }
 
 }  // namespace
 
-void RunSystemCommands(const std::string& programs) {
-    Run("/bin/bash " + programs + "/resmon_export.sh get_linux_dist_ver");
-    Run("getconf LONG_BIT");
+bool RunSystemCommands(const std::string& programs) {
+    return Run("/bin/bash " + programs + "/resmon_export.sh get_linux_dist_ver") &&
+           Run("getconf LONG_BIT");
 }
 
 }  // namespace kxbench

@@ -7,9 +7,8 @@
 namespace kxbench {
 
 // Starts both with popen, one after the other, reads what they print and waits for their ends.
-// `programs` is the bin directory of an installation. Ends the program when one fails or prints
-// nothing.
-void RunSystemCommands(const std::string& programs);
+// `programs` is the bin directory of an installation. False when one fails or prints nothing.
+bool RunSystemCommands(const std::string& programs);
 
 }  // namespace kxbench
 

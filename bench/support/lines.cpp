@@ -5,15 +5,11 @@
 
 #include "report.h"
 
-namespace {
-
-constexpr int kLongestWaitMs = 30000;
-
-}  // namespace
+namespace kxbench {
 
 Lines::Lines() : ends_() {
     if (pipe(ends_) != 0) {
-        kxbench::Fail("cannot make a pipe");
+        Fail("cannot make a pipe");
     }
 }
 
@@ -31,10 +27,10 @@ bool Lines::HasNext() {
     return true;
 }
 
-std::string Lines::Next() {
+std::string Lines::Next(int longest_wait_ms) {
     while (read_.find('\n') == std::string::npos) {
-        if (!ReadWithin(kLongestWaitMs)) {
-            kxbench::Fail("a program does not tell what it does");
+        if (!ReadWithin(longest_wait_ms)) {
+            Fail("a program does not tell what it does");
         }
     }
     const std::size_t end = read_.find('\n');
@@ -56,3 +52,5 @@ bool Lines::ReadWithin(int milliseconds) {
     }
     return count > 0;
 }
+
+}  // namespace kxbench

@@ -1,8 +1,10 @@
 // Lines that a child process writes into a pipe.
-#ifndef KXEPINFO_BENCH_CYCLE_LINES_H
-#define KXEPINFO_BENCH_CYCLE_LINES_H
+#ifndef KXEPINFO_BENCH_SUPPORT_LINES_H
+#define KXEPINFO_BENCH_SUPPORT_LINES_H
 
 #include <string>
+
+namespace kxbench {
 
 class Lines {
   public:
@@ -18,8 +20,8 @@ class Lines {
     // Whether Next would return at once.
     bool HasNext();
 
-    // The next line, without its end. Ends the program when none comes within 30 s.
-    std::string Next();
+    // The next line, without its end. Ends the program when none comes within that time.
+    std::string Next(int longest_wait_ms = 30000);
 
   private:
     bool ReadWithin(int milliseconds);
@@ -28,4 +30,6 @@ class Lines {
     std::string read_;  // and not returned yet
 };
 
-#endif  // KXEPINFO_BENCH_CYCLE_LINES_H
+}  // namespace kxbench
+
+#endif  // KXEPINFO_BENCH_SUPPORT_LINES_H

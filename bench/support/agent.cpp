@@ -10,9 +10,11 @@
 
 namespace fs = std::filesystem;
 
+namespace kxbench {
 namespace {
 
 constexpr int kMostUnsettled = 10;
+constexpr int kSlowestMs = 20000;  // beyond what it should take
 constexpr int kBusTries = 1000;
 constexpr useconds_t kBusPause = 10000;
 
@@ -25,7 +27,7 @@ void Write(const fs::path& path, const std::string& text) {
     const fs::path fresh = path.string() + ".new";
     std::ofstream file(fresh, std::ios::trunc);
     if (!(file << text).flush()) {
-        kxbench::Fail("cannot write " + fresh.string());
+        Fail("cannot write " + fresh.string());
     }
     fs::rename(fresh, path);
 }
@@ -37,24 +39,29 @@ void WaitForManager(const fs::path& socket) {
         }
         (void)usleep(kBusPause);
     }
-    kxbench::Fail("the manager is not on the bus");
+    Fail("the manager is not on the bus");
 }
 
 }  // namespace
 
-Agent::Agent(const std::string& installation, const std::vector<std::string>& environment)
-    : installation_(installation) {
+Agent::Agent(const std::string& installation, int interval,
+             const std::vector<std::string>& environment)
+    : installation_(installation), interval_(interval) {
     const fs::path socket = installation + "/var/run/ipc/mgr_ei.sock";
     (void)fs::remove(socket);
-    Write(installation + "/config/kxepinfocfg.ini", "[flushgap]\nvalue=2\n");
+    Write(installation + "/config/kxepinfocfg.ini",
+          "[flushgap]\nvalue=" + std::to_string(interval) + "\n");
     ChangeVersion();
     manager_.emplace(installation + "/bin/kxemgr", std::vector<std::string>{"--json"},
                      std::vector<std::string>{}, uploads_.WritingEnd());
     WaitForManager(socket);
     host_.emplace(installation + "/bin/kxehost", std::vector<std::string>{}, environment);
-    for (int i = 0; ReadUpload() != Content::kNothingElse; ++i) {
+}
+
+void Agent::Settle() {
+    for (int i = 0; NextUpload() != Content::kNothingElse; ++i) {
         if (i == kMostUnsettled) {
-            kxbench::Fail("all uploads carry more than resource usage");
+            Fail("all uploads carry more than resource usage");
         }
     }
 }
@@ -66,14 +73,14 @@ void Agent::ChangeVersion() {
 }
 
 void Agent::NextUpload(Content expected) {
-    if (ReadUpload() != expected) {
-        kxbench::Fail("an upload carries something else than it should");
+    if (NextUpload() != expected) {
+        Fail("an upload carries something else than it should");
     }
 }
 
-Content Agent::ReadUpload() {
+Content Agent::NextUpload() {
     constexpr char kCmd[] = "\"cmd\": ";
-    const std::string line = uploads_.Next();
+    const std::string line = uploads_.Next(2000 * interval_ + kSlowestMs);
     ++count_;
     const std::size_t found = line.find(kCmd);
     const unsigned long cmd =
@@ -86,3 +93,5 @@ Content Agent::ReadUpload() {
     }
     return Content::kOther;
 }
+
+}  // namespace kxbench
