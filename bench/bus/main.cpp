@@ -1,6 +1,8 @@
-// Round trips between two processes, one after the other: over the bus, and over a bare Unix socket
-// with blocking calls. Both send the same data, get it back and compare it. The two take turns
-// within one run, so that whatever else the machine does meets both.
+// Round trips between two processes, one after the other: over the bus, and over a bare pair of
+// connected sockets with the same event loop. Both send the same data, get it back and compare it.
+// The two take turns within one run, so that whatever else the machine does meets both.
+//
+//   bench_bus
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,12 +16,13 @@
 
 #include "bus_echo.h"
 #include "child.h"
+#include "pipe_echo.h"
 #include "report.h"
-#include "socket_echo.h"
 
 namespace {
 
 constexpr int kRounds = 11;
+constexpr char kFloor[] = "bare pair of libuv";
 
 // Microseconds a round trip.
 template <class Client>
@@ -31,25 +34,40 @@ double Measure(Client& client, const std::string& payload, int count) {
     return taken.count() / count;
 }
 
-void Compare(BusClient& bus, SocketClient& socket, const std::string& size_name, std::size_t size,
+// Megabytes a second, of what takes that many microseconds.
+std::vector<double> Rates(std::vector<double> times, double megabytes) {
+    for (double& time : times) {
+        time = megabytes * 1e6 / time;
+    }
+    return times;
+}
+
+void Compare(BusClient& bus, PipeClient& pair, const std::string& size_name, std::size_t size,
              int count) {
     const std::string payload(size, 'x');
     (void)Measure(bus, payload, count);  // the first of each warms up and does not count
-    (void)Measure(socket, payload, count);
+    (void)Measure(pair, payload, count);
     std::vector<double> bus_times;
-    std::vector<double> socket_times;
+    std::vector<double> pair_times;
     for (int round = 0; round < kRounds; ++round) {
         bus_times.push_back(Measure(bus, payload, count));
-        socket_times.push_back(Measure(socket, payload, count));
+        pair_times.push_back(Measure(pair, payload, count));
     }
     kxbench::Report({.name = size_name + ": time of a round trip",
                      .unit = "us",
                      .samples = bus_times,
-                     .floor = "bare Unix socket",
-                     .floor_samples = socket_times});
+                     .floor = kFloor,
+                     .floor_samples = pair_times,
+                     .target = 1.5});
+    const double megabytes = 2.0 * static_cast<double>(size) / 1e6;  // there and back
+    kxbench::Report({.name = size_name + ": throughput",
+                     .unit = "MB/s",
+                     .samples = Rates(bus_times, megabytes),
+                     .floor = kFloor,
+                     .floor_samples = Rates(pair_times, megabytes)});
 }
 
-// Two connected sockets; the second stays open in a child process, as its standard input.
+// Two connected sockets.
 std::pair<int, int> ConnectedSockets() {
     int sockets[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) {
@@ -64,21 +82,21 @@ int main(int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--serve-bus") == 0) {
         ServeBus();
     }
-    if (argc == 3 && std::strcmp(argv[1], "--serve-socket") == 0) {
-        ServeSocket(std::atoi(argv[2]));  // NOLINT(cert-err34-c): written below
-        return EXIT_SUCCESS;
+    if (argc == 3 && std::strcmp(argv[1], "--serve-pair") == 0) {
+        ServePipe(std::atoi(argv[2]));  // NOLINT(cert-err34-c): written below
     }
     (void)kxbench::BeginReport("bus", argc, argv);
     const auto [near_end, far_end] = ConnectedSockets();
     (void)fcntl(far_end, F_SETFD, 0);
-    const kxbench::Child socket_server(kxbench::OwnProgram(),
-                                       {"--serve-socket", std::to_string(far_end)});
+    const kxbench::Child pair_server(kxbench::OwnProgram(),
+                                     {"--serve-pair", std::to_string(far_end)});
     (void)close(far_end);
     const kxbench::Child bus_server(kxbench::OwnProgram(), {"--serve-bus"});
 
-    SocketClient socket(near_end);
+    PipeClient pair(near_end);
     BusClient bus;
-    Compare(bus, socket, "1 kB", 1024, 4000);
-    Compare(bus, socket, "1 MB", std::size_t{1} << 20U, 100);
+    Compare(bus, pair, "1 kB", 1024, 4000);
+    Compare(bus, pair, "1 MB", std::size_t{1} << 20U, 100);
+    Compare(bus, pair, "16 MB", std::size_t{16} << 20U, 6);
     return EXIT_SUCCESS;
 }

@@ -35,8 +35,7 @@ class SideBySide {
                  kxbench::MeteredHost(installation, host_lines_, kPeriodMs, library)),
           floor_(installation + "/bin/bench_floor", {}, FloorEnvironment(library)) {
         agent_.Settle();
-        // The first cycle runs before there is a timer.
-        for (int i = 1; i < agent_.uploads(); ++i) {
+        for (int i = 0; i < agent_.uploads(); ++i) {
             (void)kxbench::NextCost(host_lines_);
         }
         (void)kxbench::NextCost(floor_lines_);  // from the process's beginning

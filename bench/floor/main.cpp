@@ -21,8 +21,7 @@
 namespace {
 
 constexpr int kPeriodMs = 40000;
-constexpr long kSampleMs = 1000;
-constexpr long kHurriedSampleMs = 20;
+constexpr timespec kSample = {.tv_sec = 1, .tv_nsec = 0};
 constexpr char kFrameHeader[20] = {'3', '2', '0', '0'};
 
 struct Floor {
@@ -32,9 +31,8 @@ struct Floor {
 
 void Sample(kxbench::CycleMeter& meter) {
     const double begin = kxbench::Now();
-    const long milliseconds = kxbench::HurriedPeriod() > 0 ? kHurriedSampleMs : kSampleMs;
-    const timespec time = {milliseconds / 1000, milliseconds % 1000 * 1'000'000};
-    (void)nanosleep(&time, nullptr);
+    const timespec hurried = {.tv_sec = 0, .tv_nsec = kxbench::HurriedSample()};
+    (void)nanosleep(hurried.tv_nsec > 0 ? &hurried : &kSample, nullptr);
     meter.Exclude(kxbench::Now() - begin);
 }
 

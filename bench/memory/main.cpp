@@ -1,100 +1,105 @@
-// What the module costs in memory: the host of an installation with its module, and the same
-// program with a module that does nothing, one after the other. Read when the first collection
-// cycle is over and the figures stand still.
+// What a host with the module keeps in memory, after its third cycle and after its thousandth, of
+// which one soon follows another. Beside it the program that does only what cannot be avoided, and
+// the same host with a module that does nothing.
 //
-//   bench_memory    from the bin directory of an installation
+//   bench_memory    from the bin directory of an installation, whose settings it writes
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "agent.h"
 #include "child.h"
+#include "cycle_report.h"
+#include "lines.h"
+#include "memory_use.h"
 #include "notification.h"
 #include "report.h"
 
 namespace {
 
 constexpr int kRounds = 7;
-constexpr int kLooksASecond = 10;
-constexpr int kStillSeconds = 3;
-constexpr int kLongestSeconds = 30;
+constexpr int kFewCycles = 3;
+constexpr int kManyCycles = 1000;
+constexpr int kPeriodMs = 10;
+constexpr double kBudget = 4.5 * 1024;  // kB
+constexpr useconds_t kSettleUs = 300000;
 
-struct Memory {
-    double proportional = 0;  // shared pages divided by the number of those who share them
-    double own = 0;           // pages of this process alone
-    double written = 0;       // those of them that no file holds
-};
+using MemoryUses = std::vector<MemoryUse>;
 
-// In kB (proc_pid_smaps_rollup(5)).
-Memory Read(pid_t pid) {
-    Memory memory;
-    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    std::string name;
-    std::getline(file, name);  // the range of addresses
-    for (double size = 0; file >> name >> size; std::getline(file, name)) {
-        if (name == "Pss:") {
-            memory.proportional = size;
-        } else if (name == "Private_Clean:" || name == "Private_Dirty:") {
-            memory.own += size;
-            memory.written += name == "Private_Dirty:" ? size : 0;
+// Of the host after few cycles and after many. It goes on meanwhile.
+void MeasureHost(const std::string& installation, MemoryUses& few, MemoryUses& many) {
+    kxbench::Lines lines;
+    kxbench::Agent agent(installation, 2, kxbench::MeteredHost(installation, lines, kPeriodMs));
+    for (int cycle = 1; cycle <= kManyCycles; ++cycle) {
+        agent.NextUpload();
+        (void)kxbench::NextCost(lines);
+        if (cycle == kFewCycles) {
+            few.push_back(ReadMemoryUse(agent.host()));
         }
     }
-    if (memory.proportional == 0) {
-        kxbench::Fail("cannot read the memory of process " + std::to_string(pid));
-    }
-    return memory;
+    many.push_back(ReadMemoryUse(agent.host()));
 }
 
-Memory ReadWhenStill(pid_t pid) {
-    Memory memory = Read(pid);
-    int still = 0;
-    for (int look = 0; look < kLongestSeconds * kLooksASecond; ++look) {
-        (void)usleep(1000000 / kLooksASecond);
-        const Memory now = Read(pid);
-        // The other figures change whenever any process loads or leaves a library.
-        still = now.written == memory.written ? still + 1 : 0;
-        memory = now;
-        if (still == kStillSeconds * kLooksASecond) {
-            return memory;
-        }
+MemoryUse MeasureFloor(const std::string& installation) {
+    kxbench::Lines lines;
+    const kxbench::Child floor(installation + "/bin/bench_floor", {},
+                               kxbench::MeteredFloor(lines, kPeriodMs));
+    for (int cycle = 0; cycle < kFewCycles; ++cycle) {
+        (void)kxbench::NextCost(lines);
     }
-    kxbench::Fail("the host's memory does not stand still");
+    return ReadMemoryUse(floor.pid());
 }
 
-Memory Measure(const std::string& host, const std::vector<std::string>& arguments) {
+MemoryUse MeasureEmpty(const std::string& installation) {
     const kxbench::Notification notification;
-    const kxbench::Child child(host, arguments, {notification.Variable()});
+    const kxbench::Child host(installation + "/bin/kxehost",
+                              {"--module", installation + "/bin/libbench_empty_module.so"},
+                              {notification.Variable()});
     notification.WaitUntilReady();
-    return ReadWhenStill(child.pid());
+    (void)usleep(kSettleUs);
+    return ReadMemoryUse(host.pid());
+}
+
+std::vector<double> Values(const MemoryUses& uses, double MemoryUse::*figure) {
+    std::vector<double> values;
+    for (const MemoryUse& use : uses) {
+        values.push_back(use.*figure);
+    }
+    return values;
+}
+
+void Report(const std::string& when, const MemoryUses& host, const MemoryUses& floor) {
+    kxbench::Report(kxbench::WithinBudget(when + "proportional memory (PSS)", "kB",
+                                          Values(host, &MemoryUse::proportional), kBudget));
+    kxbench::Report({.name = when + "private memory",
+                     .unit = "kB",
+                     .samples = Values(host, &MemoryUse::own),
+                     .floor = kxbench::kCycleFloor,
+                     .floor_samples = Values(floor, &MemoryUse::own)});
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     (void)kxbench::BeginReport("memory", argc, argv);
-    const std::string programs = kxbench::OwnInstallation() + "/bin/";
-    std::vector<double> proportional[2];
-    std::vector<double> own[2];
+    const std::string installation = kxbench::OwnInstallation();
+    MemoryUses few;
+    MemoryUses many;
+    MemoryUses empty;
+    MemoryUses floor;
     for (int round = 0; round < kRounds; ++round) {
-        const Memory with = Measure(programs + "kxehost", {});
-        const Memory without =
-            Measure(programs + "kxehost", {"--module", programs + "libbench_empty_module.so"});
-        proportional[0].push_back(with.proportional);
-        proportional[1].push_back(without.proportional);
-        own[0].push_back(with.own);
-        own[1].push_back(without.own);
+        MeasureHost(installation, few, many);
+        empty.push_back(MeasureEmpty(installation));
+        floor.push_back(MeasureFloor(installation));
     }
-    kxbench::Report({.name = "host with the module: proportional memory (PSS)",
+    Report("after 3 cycles: ", few, floor);
+    Report("after 1000 cycles: ", many, floor);
+    kxbench::Report({.name = "host without the module: private memory",
                      .unit = "kB",
-                     .samples = proportional[0],
-                     .floor = "host without it",
-                     .floor_samples = proportional[1]});
-    kxbench::Report({.name = "host with the module: private memory",
-                     .unit = "kB",
-                     .samples = own[0],
-                     .floor = "host without it",
-                     .floor_samples = own[1]});
+                     .samples = Values(empty, &MemoryUse::own),
+                     .floor = kxbench::kCycleFloor,
+                     .floor_samples = Values(floor, &MemoryUse::own)});
     return EXIT_SUCCESS;
 }

@@ -56,7 +56,7 @@ double Now() {
     return Microseconds(CLOCK_MONOTONIC);
 }
 
-CycleMeter::CycleMeter() {
+CycleMeter::CycleMeter() : begin_(Now()) {
     if (const char* const number = std::getenv("KX_CYCLE_CLOCK")) {
         output_ = static_cast<int>(std::strtol(number, nullptr, 10));
         (void)fcntl(output_, F_SETFD, FD_CLOEXEC);  // child processes do not get it
@@ -81,6 +81,10 @@ void CycleMeter::End() {
 int HurriedPeriod() {
     const char* const period = std::getenv("KX_CYCLE_PERIOD_MS");
     return period == nullptr ? 0 : static_cast<int>(std::strtol(period, nullptr, 10));
+}
+
+long HurriedSample() {
+    return HurriedPeriod() * 100'000L;
 }
 
 bool ParseCycleCost(const char* line, CycleCost& cost) {

@@ -25,6 +25,7 @@ class CycleMeter {
     // Writes to the descriptor whose number KX_CYCLE_CLOCK holds; nowhere without.
     CycleMeter();
 
+    // The first cycle begins with the meter.
     void Begin();
     // That long the cycle has waited on purpose.
     void Exclude(double microseconds) { excluded_ += microseconds; }
@@ -41,6 +42,10 @@ class CycleMeter {
 // The period of the cycles in milliseconds when they are to run one soon after another
 // (KX_CYCLE_PERIOD_MS), or 0 when time passes as always.
 int HurriedPeriod();
+
+// Nanoseconds that take the place of the second in which load is sampled, a tenth of that period; 0
+// as well.
+long HurriedSample();
 
 // What a line of the meter tells. False when it is none.
 bool ParseCycleCost(const char* line, CycleCost& cost);
