@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "common/exitflag.h"
 #include "common/iniowner.h"
 #include "common/log.h"
 #include "ipc/cfgparser.h"
@@ -42,7 +43,9 @@ bool Lock(NetConfig& config) {
         return false;
     }
     config.lock.reset(lock);
-    const int acquire_error = kxe_glock_acquire_timeout(lock, kLockTimeout);
+    // Several answers may wait in one pass of the event loop; a stop waits for one of them at most.
+    const unsigned timeout = IsStopRequested() ? 0 : kLockTimeout;
+    const int acquire_error = kxe_glock_acquire_timeout(lock, timeout);
     if (acquire_error != 0) {
         EP_LOG(kLogCritical, "acquire glock fail, err: %d", acquire_error);
         return false;

@@ -8,6 +8,7 @@
 #include "collectors/agentinfo.h"
 #include "collectors/agentres.h"
 #include "collectors/userlog.h"
+#include "common/exitflag.h"
 #include "common/guard.h"
 #include "common/log.h"
 #include "common/records.h"
@@ -16,7 +17,6 @@
 #include "ipc/epinfoipc.h"
 #include "ipc/response.h"
 #include "module/autotest.h"
-#include "module/lifecycle.h"
 #include "module/settings.h"
 #include "msghandler/msgbase.h"
 

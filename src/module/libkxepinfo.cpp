@@ -1,5 +1,6 @@
 // The entry points that the host calls.
 #include "cl_ev.h"
+#include "common/exitflag.h"
 #include "common/log.h"
 #include "kxepinfo.h"
 #include "module/lifecycle.h"
@@ -9,7 +10,6 @@
 // wait ends.
 extern "C" void cl_event_loop_wake(pthread_t thread) __attribute__((weak));
 
-int s_exitFlag = 0;
 pthread_t s_workThread = 0;
 
 namespace {

@@ -1,8 +1,8 @@
 #include "module/timer.h"
 
+#include "common/exitflag.h"
 #include "common/log.h"
 #include "module/cycle.h"
-#include "module/lifecycle.h"
 
 namespace {
 constexpr char kLogTag[] = "kxepinfo";

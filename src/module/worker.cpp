@@ -8,13 +8,13 @@
 #include <new>
 
 #include "cl_ev.h"
+#include "common/exitflag.h"
 #include "common/log.h"
 #include "common/path.h"
 #include "ipc/cfgrequest.h"
 #include "ipc/epinfoipc.h"
 #include "ipc/inbound.h"
 #include "module/cycle.h"
-#include "module/lifecycle.h"
 #include "module/protobuf_log.h"
 #include "module/settings.h"
 #include "module/timer.h"

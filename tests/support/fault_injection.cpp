@@ -214,12 +214,11 @@ KX_REPLACES(inet_ntop, "inet_ntop", 0)
 KX_REPLACES(uname, "uname", -1)
 KX_REPLACES(sysconf, "sysconf", -1)
 KX_REPLACES(getrandom, "getrandom", -1)
-KX_REPLACES(popen, "popen", 0)
+KX_REPLACES(posix_spawn, "posix_spawn", errno)
 KX_REPLACES(pthread_create, "pthread_create", errno)
 KX_REPLACES(localtime_r, "localtime_r", 0)
 
-// The stream is closed all the same.
-KX_REPLACES(pclose, "pclose", (next(a, b, c, d, e, f), -1))
+KX_REPLACES(waitpid, "waitpid", -1)
 
 // dlerror has to tell a reason: the loader's, for what it cannot find. Who asks only for what is
 // loaded already is a library like this one.

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <ifaddrs.h>
 #include <pthread.h>
-#include <stdio.h>
+#include <spawn.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -102,9 +102,13 @@ KX_IN_FRONT int getifaddrs(ifaddrs** list) noexcept {
     return storm::NextOne<int(ifaddrs**)>("getifaddrs")(list);
 }
 
-KX_IN_FRONT FILE* popen(const char* command, const char* type) {
+KX_IN_FRONT int posix_spawn(pid_t* process, const char* path,
+                            const posix_spawn_file_actions_t* actions,
+                            const posix_spawnattr_t* attributes, char* const arguments[],
+                            char* const environment[]) noexcept {
     storm::Arrive(storm::Phase::kCommand);
-    return storm::NextOne<FILE*(const char*, const char*)>("popen")(command, type);
+    return storm::NextOne<decltype(posix_spawn)>("posix_spawn")(process, path, actions, attributes,
+                                                                arguments, environment);
 }
 
 KX_IN_FRONT cl_timerplus* cl_timerplus_start(int flags, int /*period_ms*/, cl_timerplus_cb cb,

@@ -61,7 +61,7 @@ TEST_F(JsonFile, SaysWhyItCannotBeOpened) {
 }
 
 TEST_F(JsonFile, TellsAsMuchOfALongPathAsTheParser) {
-    for (const std::size_t length : {100, 114, 115, 116, 117, 118, 119, 120, 200}) {
+    for (const std::size_t length : {100U, 114U, 115U, 116U, 117U, 118U, 119U, 120U, 200U}) {
         const std::string long_path = '/' + std::string(length, 'd');
         json_error_t reason = {};
         EXPECT_EQ(json_load_file(long_path.c_str(), JSON_DECODE_ANY, &reason), nullptr);

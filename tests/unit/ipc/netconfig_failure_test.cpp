@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "common/exitflag.h"
 #include "ipc/cfgparser.h"
 #include "ipc_fixture.h"
 
@@ -15,6 +16,7 @@ using kxtest::Agent;
 using kxtest::LoggedLines;
 using kxtest::LogLine;
 using kxtest::PackedAddresses;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -186,6 +188,14 @@ TEST_F(NetConfigSteps, EndWhenTheLockIsNotAcquired) {
     EXPECT_FALSE(fs::exists(file));
     EXPECT_THAT(LoggedLines(),
                 ElementsAre(LogLine{1, "cfgparser", "acquire glock fail, err: 110"}));
+}
+
+TEST_F(NetConfigSteps, DoNotWaitForTheLockOnceAStopIsRequested) {
+    WriteExitFlag(&s_exitFlag, 1);
+    const bool mirrored = Mirror();
+    WriteExitFlag(&s_exitFlag, 0);
+    EXPECT_TRUE(mirrored);
+    EXPECT_THAT(steps, Contains("acquire 0"));
 }
 
 TEST_F(NetConfigSteps, GoOnWhenTheFileCannotBeMade) {

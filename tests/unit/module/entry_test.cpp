@@ -1,6 +1,7 @@
 // kxepinfo_init and kxepinfo_uninit, without a worker's work.
 #include <gmock/gmock.h>
 
+#include "common/exitflag.h"
 #include "fake_agent.h"
 #include "kxepinfo.h"
 #include "log_capture.h"

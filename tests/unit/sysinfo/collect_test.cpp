@@ -33,17 +33,19 @@ class SysInfo : public SysInfoTest {
         SysInfoTest::SetUp();
         Machine().uname = NamesOfTheKernel;
         Machine().sysconf = [](int name) { return name == _SC_NPROCESSORS_CONF ? 8L : -1L; };
-        Machine().popen = [this](const char* command, const char*) { return Open(command); };
+        Machine().shell = [this](const std::string& command) { return Run(command); };
         Agent().nox_get_vmidid = [] { return uint64_t{4711}; };
         Agent().IsCNAPPAgent = [] { return 0; };
         kxtest::WriteFile("config/server.ini", "[config]\naddr=192.0.2.1\n");
     }
 
-    std::FILE* Open(const std::string& command) {
+    std::optional<std::string> Run(const std::string& command) {
         commands.push_back(command);
-        const bool fails = command == kGetconf ? getconf_fails : script_fails;
-        errno = ENOMEM;
-        return fails ? nullptr : OutputOf(command == kGetconf ? getconf : script);
+        const bool is_getconf = command == kGetconf;
+        if (is_getconf ? getconf_fails : script_fails) {
+            return std::nullopt;
+        }
+        return CommandThatPrints(is_getconf ? getconf : script);
     }
 
     int Collect() { return GetSysInfo(sys); }

@@ -3,12 +3,19 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstring>
+#include <thread>
 
+#include "common/exitflag.h"
 #include "sysinfo_fixture.h"
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -24,15 +31,48 @@ std::ostream& operator<<(std::ostream& out, const Result& result) {
     return out << result.status << " '" << result.text << "'";
 }
 
-Result Capture(const char* command, std::size_t size = 64) {
+Result Capture(const char* command, std::size_t size = 64,
+               std::chrono::milliseconds limit = kCommandLimit) {
     std::string out(size, 'x');
-    const int status = RunCommand(command, out.data(), out.size());
+    const int status = RunCommand(command, out.data(), out.size(), limit);
     return {status, out.c_str()};
 }
 
 Result CaptureOutput(const std::string& output, std::size_t size = 64) {
-    Machine().popen = [&](const char*, const char*) { return OutputOf(output); };
-    return Capture("any", size);
+    return Capture(CommandThatPrints(output).c_str(), size);
+}
+
+// Reading gives the text and then fails.
+void LetReadingBreakAfter(std::string text) {
+    Machine().read = [text](int, void* buffer, std::size_t size) mutable -> ssize_t {
+        const std::size_t count = std::min(size, text.size());
+        if (count == 0) {
+            errno = EIO;
+            return -1;
+        }
+        std::memcpy(buffer, text.data(), count);
+        text.erase(0, count);
+        return static_cast<ssize_t>(count);
+    };
+}
+
+// Stop requested for its life.
+class StopRequested {
+  public:
+    StopRequested() { WriteExitFlag(&s_exitFlag, 1); }
+    ~StopRequested() { WriteExitFlag(&s_exitFlag, 0); }
+    StopRequested(const StopRequested&) = delete;
+    StopRequested& operator=(const StopRequested&) = delete;
+};
+
+bool Runs(pid_t process) {
+    const std::string status = kxtest::ReadFile("/proc/" + std::to_string(process) + "/status");
+    return !status.empty() && status.find("State:\tZ") == std::string::npos;
+}
+
+// Where a command writes down the process that it started.
+std::string ProcessFile() {
+    return (kxtest::InstallationRoot() / "process").string();
 }
 
 // Sets the signal's action for its life.
@@ -144,24 +184,35 @@ TEST_F(Command, OutputOfAZeroByteIsEmpty) {
     EXPECT_EQ(CaptureOutput(std::string(1, '\0')), (Result{0, ""}));
 }
 
-TEST_F(Command, FailsWhenTheStreamBreaks) {
-    Machine().popen = [](const char*, const char*) { return OutputThatBreaksAfter("abc"); };
-    EXPECT_EQ(Capture("any"), (Result{-1, ""}));
+TEST_F(Command, FailsWhenReadingBreaks) {
+    LetReadingBreakAfter("abc");
+    EXPECT_EQ(Capture("echo abc"), (Result{-1, ""}));
 }
 
-TEST_F(Command, FailsWhenTheStreamBreaksBetweenTwoPieces) {
-    Machine().popen = [](const char*, const char*) {
-        return OutputThatBreaksAfter(std::string(31, 'a'));
+TEST_F(Command, FailsWhenReadingBreaksBetweenTwoPieces) {
+    LetReadingBreakAfter(std::string(31, 'a'));
+    EXPECT_EQ(Capture("echo abc"), (Result{-1, ""}));
+}
+
+TEST_F(Command, ReadsOnAfterASignal) {
+    Machine().read = [times = 0](int file, void* buffer, std::size_t size) mutable {
+        errno = EINTR;
+        return ++times % 2 == 1 ? -1 : syscall(SYS_read, file, buffer, size);
     };
-    EXPECT_EQ(Capture("any"), (Result{-1, ""}));
+    EXPECT_EQ(Capture("echo abc"), (Result{0, "abc"}));
 }
 
 TEST_F(Command, FailsWithAnEmptyTextWhenItCannotBeStarted) {
-    Machine().popen = [](const char*, const char*) {
-        errno = EMFILE;
-        return nullptr;
-    };
+    Machine().shell = [](const std::string&) { return std::nullopt; };
     EXPECT_EQ(Capture("any"), (Result{-1, ""}));
+}
+
+TEST_F(Command, FailsWithAnEmptyTextWithoutAPipe) {
+    Machine().pipe2 = [](int*, int) {
+        errno = EMFILE;
+        return -1;
+    };
+    EXPECT_EQ(Capture("echo a"), (Result{-1, ""}));
 }
 
 TEST_F(Command, NeedsACommandAndABuffer) {
@@ -174,23 +225,22 @@ TEST_F(Command, NeedsACommandAndABuffer) {
 
 TEST_F(Command, TheCommandIsHandedOverAsItIs) {
     std::string seen;
-    Machine().popen = [&](const char* command, const char* mode) {
-        seen = std::string(command) + "|" + mode;
-        return OutputOf("");
+    Machine().shell = [&](const std::string& command) {
+        seen = command;
+        return "true";
     };
     EXPECT_EQ(Capture("a \"b\" $c"), (Result{0, ""}));
-    EXPECT_EQ(seen, "a \"b\" $c|re");
+    EXPECT_EQ(seen, "a \"b\" $c");
 }
 
 TEST_F(Command, ThePipeIsNotInheritedByOtherChildProcesses) {
-    int flags = 0;
-    Machine().popen = [&](const char* command, const char* mode) {
-        std::FILE* const stream = RealPopen(command, mode);
-        flags = fcntl(fileno(stream), F_GETFD);
-        return stream;
+    int asked = 0;
+    Machine().pipe2 = [&](int* ends, int flags) {
+        asked = flags;
+        return static_cast<int>(syscall(SYS_pipe2, ends, flags));
     };
     EXPECT_EQ(Capture("echo a"), (Result{0, "a"}));
-    EXPECT_EQ(flags, FD_CLOEXEC);
+    EXPECT_EQ(asked, O_CLOEXEC);
 }
 
 TEST_F(Command, LeavesNoChildProcess) {
@@ -219,15 +269,51 @@ TEST_F(Command, WorksWithAllSignalsBlocked) {
     EXPECT_EQ(Capture("true | echo c"), (Result{0, "c"}));
 }
 
-TEST_F(Command, LeavesTheSignalMaskAlone) {
+TEST_F(Command, RunsWithNoSignalBlocked) {
     const AllSignalsBlocked blocked;
     const std::string mask = BlockedSignals();
-    std::string mask_at_start;
-    Machine().popen = [&](const char* command, const char* mode) {
-        mask_at_start = BlockedSignals();
-        return RealPopen(command, mode);
-    };
-    EXPECT_EQ(Capture("echo a"), (Result{0, "a"}));
-    EXPECT_EQ(mask_at_start, mask);
+    EXPECT_EQ(Capture("grep SigBlk /proc/self/status"), (Result{0, "SigBlk:\t0000000000000000"}));
     EXPECT_EQ(BlockedSignals(), mask);
+}
+
+TEST_F(Command, ThatHangsIsEndedAfterItsLimit) {
+    EXPECT_EQ(Capture("echo a; sleep 1000", 64, 50ms), (Result{-1, ""}));
+}
+
+TEST_F(Command, ThatClosesItsOutputAndHangsIsEndedAfterItsLimit) {
+    EXPECT_EQ(Capture("echo a; exec >&- 2>&-; sleep 1000", 64, 50ms), (Result{0, "a"}));
+}
+
+TEST_F(Command, IsEndedWithWhatItStarted) {
+    const std::string command = "sleep 1000 & echo $! >'" + ProcessFile() + "'; echo a";
+    EXPECT_EQ(Capture(command.c_str(), 64, 50ms), (Result{-1, ""}));
+    const pid_t left = std::stoi(kxtest::ReadFile(ProcessFile()));
+    while (Runs(left)) {
+        std::this_thread::yield();
+    }
+}
+
+TEST_F(Command, ThatWillNotEndIsEndedTheHardWay) {
+    EXPECT_EQ(Capture("trap '' TERM INT HUP; while :; do sleep 1000; done", 64, 50ms),
+              (Result{-1, ""}));
+}
+
+TEST_F(Command, ThatPrintsForEverIsEndedWhereBrokenPipesAreIgnored) {
+    const Ignored ignored(SIGPIPE);
+    EXPECT_EQ(Capture("while :; do echo a; done 2>/dev/null", 64, 50ms), (Result{-1, ""}));
+}
+
+TEST_F(Command, ThatHangsIsEndedByAStop) {
+    std::thread host([] {
+        std::this_thread::sleep_for(20ms);
+        WriteExitFlag(&s_exitFlag, 1);
+    });
+    EXPECT_EQ(Capture("sleep 1000"), (Result{-1, ""}));
+    host.join();
+    WriteExitFlag(&s_exitFlag, 0);
+}
+
+TEST_F(Command, ThatEndsSoonIsNotDisturbedByAStop) {
+    const StopRequested stop;
+    EXPECT_EQ(Capture("sleep 0.1; echo a"), (Result{0, "a"}));
 }

@@ -121,9 +121,9 @@ TEST_F(Distribution, IsEmptyWhenTheScriptPrints200Characters) {
 
 TEST_F(Distribution, IsEmptyWhenTheCommandCannotBeStarted) {
     std::string seen;
-    Machine().popen = [&](const char* command, const char*) {
+    Machine().shell = [&](const std::string& command) {
         seen = command;
-        return nullptr;
+        return std::nullopt;
     };
     EXPECT_EQ(Read(), -1);
     EXPECT_STREQ(text, "");

@@ -1,13 +1,12 @@
 #include "machine_calls.h"
 
 #include <sched.h>
+#include <spawn.h>
 #include <sys/mount.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <set>
+
+#include "installation.h"
 
 #pragma GCC visibility push(default)
 extern "C" {
@@ -18,10 +17,16 @@ long __real_sysconf(int name);
 long __wrap_sysconf(int name);
 int __real_stat(const char* path, struct stat* status);
 int __wrap_stat(const char* path, struct stat* status);
-std::FILE* __real_popen(const char* command, const char* mode);
-std::FILE* __wrap_popen(const char* command, const char* mode);
-int __real_pclose(std::FILE* stream);
-int __wrap_pclose(std::FILE* stream);
+int __real_pipe2(int ends[2], int flags);
+int __wrap_pipe2(int ends[2], int flags);
+ssize_t __real_read(int file, void* buffer, std::size_t size);
+ssize_t __wrap_read(int file, void* buffer, std::size_t size);
+int __real_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const arguments[],
+                       char* const environment[]);
+int __wrap_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const arguments[],
+                       char* const environment[]);
 
 }  // extern "C"
 #pragma GCC visibility pop
@@ -31,65 +36,9 @@ MachineCalls& Machine() {
     return calls;
 }
 
-namespace {
-
-// Streams that are no child process.
-std::set<std::FILE*>& PlainStreams() {
-    static std::set<std::FILE*> streams;
-    return streams;
-}
-
-struct BreakingOutput {
-    std::string rest;
-};
-
-ssize_t ReadBreakingOutput(void* cookie, char* buffer, std::size_t size) {
-    std::string& rest = static_cast<BreakingOutput*>(cookie)->rest;
-    if (rest.empty()) {
-        errno = EIO;
-        return -1;
-    }
-    const std::size_t count = std::min(size, rest.size());
-    std::memcpy(buffer, rest.data(), count);
-    rest.erase(0, count);
-    return static_cast<ssize_t>(count);
-}
-
-int CloseBreakingOutput(void* cookie) {
-    delete static_cast<BreakingOutput*>(cookie);
-    return 0;
-}
-
-std::FILE* Plain(std::FILE* stream) {
-    if (stream == nullptr) {
-        std::perror("making the output of a command");
-        std::abort();
-    }
-    PlainStreams().insert(stream);
-    return stream;
-}
-
-}  // namespace
-
-std::FILE* RealPopen(const char* command, const char* mode) {
-    return __real_popen(command, mode);
-}
-
-std::FILE* OutputOf(const std::string& text) {
-    std::FILE* const stream = Plain(std::tmpfile());
-    if (std::fwrite(text.data(), 1, text.size(), stream) != text.size()) {
-        std::perror("writing the output of a command");
-        std::abort();
-    }
-    std::rewind(stream);
-    return stream;
-}
-
-std::FILE* OutputThatBreaksAfter(const std::string& text) {
-    cookie_io_functions_t functions{};
-    functions.read = ReadBreakingOutput;
-    functions.close = CloseBreakingOutput;
-    return Plain(fopencookie(new BreakingOutput{text}, "r", functions));
+std::string CommandThatPrints(const std::string& text) {
+    static int files = 0;
+    return "cat '" + kxtest::WriteFile("printed/" + std::to_string(++files), text).string() + "'";
 }
 
 MountedFile::MountedFile(const std::string& file, const std::string& place) : place_(place) {
@@ -120,16 +69,26 @@ int __wrap_stat(const char* path, struct stat* status) {
     return Machine().stat ? Machine().stat(path, status) : __real_stat(path, status);
 }
 
-std::FILE* __wrap_popen(const char* command, const char* mode) {
-    std::FILE* const stream =
-        Machine().popen ? Machine().popen(command, mode) : __real_popen(command, mode);
-    Machine().open_commands += stream != nullptr ? 1 : 0;
-    return stream;
+int __wrap_pipe2(int ends[2], int flags) {
+    return Machine().pipe2 ? Machine().pipe2(ends, flags) : __real_pipe2(ends, flags);
 }
 
-int __wrap_pclose(std::FILE* stream) {
-    Machine().open_commands -= 1;
-    return PlainStreams().erase(stream) != 0 ? std::fclose(stream) : __real_pclose(stream);
+ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
+    return Machine().read ? Machine().read(file, buffer, size) : __real_read(file, buffer, size);
+}
+
+int __wrap_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const arguments[],
+                       char* const environment[]) {
+    if (!Machine().shell) {
+        return __real_posix_spawn(process, path, actions, attributes, arguments, environment);
+    }
+    std::optional<std::string> command = Machine().shell(arguments[2]);
+    if (!command) {
+        return EAGAIN;
+    }
+    char* const others[] = {arguments[0], arguments[1], command->data(), nullptr};
+    return __real_posix_spawn(process, path, actions, attributes, others, environment);
 }
 
 }  // extern "C"

@@ -6,27 +6,24 @@
 #include <sys/stat.h>
 #include <sys/utsname.h>
 
-#include <cstdio>
 #include <functional>
+#include <optional>
 #include <string>
 
 struct MachineCalls {
     std::function<int(utsname* names)> uname;
     std::function<long(int name)> sysconf;
     std::function<int(const char* path, struct stat* status)> stat;
-    std::function<std::FILE*(const char* command, const char* mode)> popen;
-    int open_commands = 0;  // opened and not yet closed, hooked or not
+    std::function<int(int ends[2], int flags)> pipe2;
+    std::function<ssize_t(int file, void* buffer, std::size_t size)> read;
+    // The shell command to be run in the place of `command`; with nothing it cannot be started.
+    std::function<std::optional<std::string>(const std::string& command)> shell;
 };
 
 MachineCalls& Machine();
 
-// The C library's own popen, for hooks that only want to look on.
-std::FILE* RealPopen(const char* command, const char* mode);
-
-// What a command's output is read from, for hooks of popen. It is closed as a file is.
-std::FILE* OutputOf(const std::string& text);
-// The same, and then reading fails.
-std::FILE* OutputThatBreaksAfter(const std::string& text);
+// A shell command that prints the text, of any bytes, which lies in a file of the installation.
+std::string CommandThatPrints(const std::string& text);
 
 // A file of this process while it lies over one of the machine, which must be a regular file; seen
 // by this process and its children alone. Needs the right to mount; without it IsMounted is false

@@ -3,7 +3,9 @@
 #define KXEPINFO_TESTS_UNIT_SYSINFO_SYSINFO_FIXTURE_H
 
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 
+#include <cerrno>
 #include <string>
 
 #include "fake_agent.h"
@@ -12,7 +14,7 @@
 #include "machine_calls.h"
 
 // An empty installation, an empty log with all levels enabled, and no hook set. In the end no
-// command may be left open.
+// child process may be left, running or not yet waited for.
 class SysInfoTest : public kxtest::InstallationTest {
   protected:
     void SetUp() override {
@@ -23,7 +25,8 @@ class SysInfoTest : public kxtest::InstallationTest {
     }
 
     void TearDown() override {
-        EXPECT_EQ(Machine().open_commands, 0);
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+        EXPECT_EQ(errno, ECHILD);
         Machine() = MachineCalls{};
         kxtest::ResetAgent();
     }

@@ -1,0 +1,3 @@
+#include "common/exitflag.h"
+
+int s_exitFlag = 0;
