@@ -61,6 +61,18 @@ TEST_F(Host, StopsWithASilentManager) {
     EXPECT_THAT(installation().log(), testing::HasSubstr("thread exit ok"));
 }
 
+// The script in an endless sleep, with a child that holds on to its output.
+TEST_F(Host, StopsWhileAProgramOfTheCycleHangs) {
+    StartManager();
+    const std::filesystem::path started = installation().path("started");
+    installation().write("bin/resmon_export.sh",
+                         "sleep 1000 &\necho $! >'" + started.string() + "'\nsleep 1000\n");
+    Program& host = StartHost();
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(started); }));
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_THAT(installation().log(), testing::HasSubstr(kEnded));
+}
+
 TEST_F(Host, LeavesTheBusBehindItself) {
     Program& host = StartHost();
     ASSERT_TRUE(installation().wait_for_bus("agt_ei"));
