@@ -11,13 +11,20 @@ constexpr char kLogTag[] = "kxepinfo";
 
 using Addresses = std::vector<std::string>;
 
+// The list of the cycle before was sorted by the comparison then, and need not be again.
+void Sort(Addresses& addresses) {
+    if (!std::is_sorted(addresses.begin(), addresses.end())) {
+        std::sort(addresses.begin(), addresses.end());
+    }
+}
+
 // Sorts both in place when they are equally long.
 bool SameAddressSet(Addresses& previous, Addresses& current) {
     if (previous.size() != current.size()) {
         return false;
     }
-    std::sort(previous.begin(), previous.end());
-    std::sort(current.begin(), current.end());
+    Sort(previous);
+    Sort(current);
     return previous == current;
 }
 
