@@ -12,18 +12,19 @@
 
 namespace {
 
-std::string path_of_file;
+std::string path_of_presented;
+int files = 0;  // made so far
 
 }  // namespace
 
 // In front of the reader that opens the real file.
 File OpenForReading(const char* /*path*/) {
-    return File(std::fopen(path_of_file.c_str(), "re"));
+    return File(std::fopen(path_of_presented.c_str(), "re"));
 }
 
-AccountingFile::AccountingFile(long records, bool with_logins) {
-    path_of_file = kxbench::OwnProgram() + ".wtmp";
-    std::ofstream file(path_of_file, std::ios::binary | std::ios::trunc);
+AccountingFile::AccountingFile(long records, bool with_logins)
+    : path_(kxbench::OwnInstallation() + "/var/wtmp." + std::to_string(++files)) {
+    std::ofstream file(path_, std::ios::binary | std::ios::trunc);
     for (long i = 0; i < records; ++i) {
         const bool is_login = with_logins && i % 2 == 0;
         utmp record = {};
@@ -38,15 +39,15 @@ AccountingFile::AccountingFile(long records, bool with_logins) {
     }
     file.close();
     if (!file) {
-        (void)unlink(path_of_file.c_str());
-        kxbench::Fail("cannot write " + path_of_file);
+        (void)unlink(path_.c_str());
+        kxbench::Fail("cannot write " + path_);
     }
 }
 
 AccountingFile::~AccountingFile() {
-    (void)unlink(path_of_file.c_str());
+    (void)unlink(path_.c_str());
 }
 
-const char* AccountingFile::path() const {
-    return path_of_file.c_str();
+void AccountingFile::Present() const {
+    path_of_presented = path_;
 }

@@ -1,0 +1,138 @@
+#include "network.h"
+
+#include <ifaddrs.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "child.h"
+#include "namespaces.h"
+#include "report.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kGroup[] = "7";  // of all interfaces, so that they can be removed at once
+constexpr useconds_t kPause = 500000;
+constexpr int kMostPauses = 120;
+
+std::string Address(std::size_t number) {
+    return "10." + std::to_string(number >> 8U) + "." + std::to_string(number & 0xFFU) + ".1";
+}
+
+std::string Name(std::size_t number) {
+    return "bench" + std::to_string(number);
+}
+
+// Lines for "ip -batch".
+class Batch {
+  public:
+    void Add(const std::string& line) { lines_ += line + "\n"; }
+
+    void Run() const {
+        const fs::path file = fs::path(kxbench::OwnInstallation()) / "var/network";
+        std::ofstream(file) << lines_;
+        if (!kxtest::Ip("-batch " + file.string())) {
+            kxbench::Fail("cannot make a network");
+        }
+    }
+
+  private:
+    std::string lines_;
+};
+
+// One of a kind of interface, from that number on; returns the number of the next.
+using Kind = std::size_t (*)(Batch& batch, std::size_t number);
+
+std::size_t AddPair(Batch& batch, std::size_t number) {
+    batch.Add("link add " + Name(number) + " group " + kGroup + " type veth peer name " +
+              Name(number + 1) + " group " + kGroup);
+    return number + 2;
+}
+
+std::size_t AddBridge(Batch& batch, std::size_t number) {
+    batch.Add("link add " + Name(number) + " group " + kGroup + " type bridge");
+    return number + 1;
+}
+
+std::size_t AddTap(Batch& batch, std::size_t number) {
+    batch.Add("tuntap add " + Name(number) + " mode tap");
+    batch.Add("link set " + Name(number) + " group " + kGroup);
+    return number + 1;
+}
+
+bool KernelHas(const std::string& kind) {
+    return kxtest::Ip(kind + " 2>/dev/null && ip link del probe");
+}
+
+// One bridge, since thousands take the kernel minutes to remove, and the other kinds by turns.
+void AddInterfaces(Batch& batch, std::size_t count) {
+    std::vector<Kind> kinds;
+    if (KernelHas("link add probe type veth")) {
+        kinds.push_back(AddPair);
+    }
+    if (KernelHas("tuntap add probe mode tap")) {
+        kinds.push_back(AddTap);
+    }
+    if (kinds.empty()) {
+        kxbench::Fail("the kernel has no kind of interface that can be made");
+    }
+    std::size_t made = KernelHas("link add probe type bridge") ? AddBridge(batch, 0) : 0;
+    for (std::size_t turn = 0; made < count; ++turn) {
+        made = kinds[turn % kinds.size()](batch, made);
+    }
+}
+
+std::size_t CountEntries() {
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) {
+        kxbench::Fail("the kernel does not tell its addresses");
+    }
+    std::size_t count = 0;
+    for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
+        ++count;
+    }
+    freeifaddrs(first);
+    return count;
+}
+
+void WaitUntilComplete() {
+    std::size_t before = 0;
+    for (int pause = 0; pause < kMostPauses; ++pause) {
+        const std::size_t now = CountEntries();
+        if (now == before) {
+            return;
+        }
+        before = now;
+        (void)usleep(kPause);
+    }
+    kxbench::Fail("the network does not come to rest");
+}
+
+}  // namespace
+
+Network::Network(Layout layout, std::size_t count) : last_address_(Address(count - 1)) {
+    if (!kxtest::EnterOwnNetwork()) {
+        kxbench::Fail("no right to make a network: this measurement must be run as root");
+    }
+    // Addresses are there at once, instead of being tried out for a second first.
+    std::ofstream("/proc/sys/net/ipv6/conf/default/accept_dad") << 0;
+    Batch batch;
+    AddInterfaces(batch, layout == Layout::kInterfaces ? count : 1);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = Name(layout == Layout::kInterfaces ? i : 0);
+        batch.Add("addr add " + Address(i) + "/32 dev " + name);
+        if (layout == Layout::kInterfaces || i == 0) {
+            batch.Add("link set " + name + " up");
+        }
+    }
+    batch.Run();
+    WaitUntilComplete();
+}
+
+Network::~Network() {
+    (void)kxtest::Ip(std::string("link del group ") + kGroup);
+}
