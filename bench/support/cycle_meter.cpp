@@ -79,8 +79,9 @@ void CycleMeter::End() {
 }
 
 int HurriedPeriod() {
-    const char* const period = std::getenv("KX_CYCLE_PERIOD_MS");
-    return period == nullptr ? 0 : static_cast<int>(std::strtol(period, nullptr, 10));
+    static const char* const text = std::getenv("KX_CYCLE_PERIOD_MS");
+    static const long period = text == nullptr ? 0 : std::strtol(text, nullptr, 10);
+    return static_cast<int>(period);
 }
 
 long HurriedSample() {
