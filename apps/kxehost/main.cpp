@@ -21,14 +21,17 @@ constexpr char kFooter[] =
 
 // The signals that are waited for are blocked, in the module's threads too, from before it is
 // loaded. A broken pipe must not end the process, yet programs that the module starts must find the
-// default again: so it is caught, not ignored.
+// default again: so it is caught, not ignored. The end of such a program is nothing to this thread;
+// blocked here and in the module's threads, it wakes nobody.
 sigset_t PrepareSignals() {
     sigset_t awaited;
     sigemptyset(&awaited);
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         sigaddset(&awaited, number);
     }
-    pthread_sigmask(SIG_BLOCK, &awaited, nullptr);
+    sigset_t blocked = awaited;
+    sigaddset(&blocked, SIGCHLD);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
 
     struct sigaction caught {};
     caught.sa_handler = [](int) {};
