@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr char kServer[] = "bench_echo";
 constexpr char kClient[] = "bench_client";
 constexpr unsigned kType = 1;
 constexpr int kTimeoutSeconds = 30;
@@ -23,8 +22,8 @@ void Answer(nox_ipc_st* ipc, const nox_addr_st* from, unsigned request_id, unsig
 
 }  // namespace
 
-void ServeBus() {
-    nox_ipc_st* const ipc = nox_ipc_create(kServer, 0);
+void ServeBus(const char* name) {
+    nox_ipc_st* const ipc = nox_ipc_create(name, 0);
     if (ipc == nullptr || nox_ipc_on_request(ipc, Answer, nullptr) != 0) {
         kxbench::Fail("the bus does not take the server");
     }
@@ -33,7 +32,8 @@ void ServeBus() {
     std::exit(EXIT_FAILURE);
 }
 
-BusClient::BusClient() : ipc_(nox_ipc_create(kClient, 0)), server_(nox_addr_create(kServer, 0, 0)) {
+BusClient::BusClient()
+    : ipc_(nox_ipc_create(kClient, 0)), server_(nox_addr_create(kEchoServer, 0, 0)) {
     if (ipc_ == nullptr || server_ == nullptr) {
         kxbench::Fail("the bus does not take the client");
     }

@@ -9,12 +9,15 @@
 
 #include "nox_ipc.h"
 
-// Answers until the process is ended.
-[[noreturn]] void ServeBus();
+// The server that a BusClient asks.
+inline constexpr char kEchoServer[] = "bench_echo";
+
+// Answers under that name until the process is ended.
+[[noreturn]] void ServeBus(const char* name);
 
 class BusClient {
   public:
-    // Waits until the server answers. Ends the program when it does not.
+    // Waits until kEchoServer answers. Ends the program when it does not.
     BusClient();
 
     // Sends `payload` and waits for it to come back, `count` times, one after the other. Ends the

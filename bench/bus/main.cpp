@@ -18,6 +18,7 @@
 #include "child.h"
 #include "pipe_echo.h"
 #include "report.h"
+#include "upload_client.h"
 
 namespace {
 
@@ -67,6 +68,28 @@ void Compare(BusClient& bus, PipeClient& pair, const std::string& size_name, std
                      .floor_samples = Rates(pair_times, megabytes)});
 }
 
+// What the sender alone needs for an upload of usual size; its frame header is 20 bytes of it.
+void CompareSending(UploadClient& upload, PipeClient& pair) {
+    constexpr int kSends = 2000;
+    const std::string payload(300, 'x');
+    const std::string framed(320, 'x');
+    std::vector<double> upload_times;
+    std::vector<double> pair_times;
+    for (int round = 0; round <= kRounds; ++round) {
+        const double of_upload = upload.SendTime(payload, kSends);
+        const double of_pair = pair.SendTime(framed, kSends);
+        if (round > 0) {  // the first warms up
+            upload_times.push_back(of_upload);
+            pair_times.push_back(of_pair);
+        }
+    }
+    kxbench::Report({.name = "framing and sending an upload of 300 bytes",
+                     .unit = "us",
+                     .samples = upload_times,
+                     .floor = kFloor,
+                     .floor_samples = pair_times});
+}
+
 // Two connected sockets.
 std::pair<int, int> ConnectedSockets() {
     int sockets[2];
@@ -79,8 +102,8 @@ std::pair<int, int> ConnectedSockets() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "--serve-bus") == 0) {
-        ServeBus();
+    if (argc == 3 && std::strcmp(argv[1], "--serve-bus") == 0) {
+        ServeBus(argv[2]);
     }
     if (argc == 3 && std::strcmp(argv[1], "--serve-pair") == 0) {
         ServePipe(std::atoi(argv[2]));  // NOLINT(cert-err34-c): written below
@@ -91,10 +114,13 @@ int main(int argc, char** argv) {
     const kxbench::Child pair_server(kxbench::OwnProgram(),
                                      {"--serve-pair", std::to_string(far_end)});
     (void)close(far_end);
-    const kxbench::Child bus_server(kxbench::OwnProgram(), {"--serve-bus"});
+    const kxbench::Child bus_server(kxbench::OwnProgram(), {"--serve-bus", kEchoServer});
+    const kxbench::Child manager(kxbench::OwnProgram(), {"--serve-bus", "mgr_ei"});
 
     PipeClient pair(near_end);
     BusClient bus;
+    UploadClient upload;
+    CompareSending(upload, pair);
     Compare(bus, pair, "1 kB", 1024, 4000);
     Compare(bus, pair, "1 MB", std::size_t{1} << 20U, 100);
     Compare(bus, pair, "16 MB", std::size_t{16} << 20U, 6);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "cycle_meter.h"
 #include "report.h"
 
 namespace {
@@ -96,12 +97,27 @@ PipeClient::PipeClient(int descriptor)
 
 void PipeClient::RoundTrips(const std::string& payload, int count) {
     for (int i = 0; i < count; ++i) {
-        has_answer = false;
         end_.Send(payload.data(), payload.size());
-        while (!has_answer) {
-            end_.RunOnce();
-        }
-        Require(end_.size() == payload.size() &&
-                std::memcmp(end_.message(), payload.data(), payload.size()) == 0);
+        WaitForAnswer(payload);
     }
+}
+
+double PipeClient::SendTime(const std::string& payload, int count) {
+    double spent = 0;
+    for (int i = 0; i < count; ++i) {
+        const double begin = kxbench::Now();
+        end_.Send(payload.data(), payload.size());
+        spent += kxbench::Now() - begin;
+        WaitForAnswer(payload);
+    }
+    return spent / count;
+}
+
+void PipeClient::WaitForAnswer(const std::string& payload) {
+    has_answer = false;
+    while (!has_answer) {
+        end_.RunOnce();
+    }
+    Require(end_.size() == payload.size() &&
+            std::memcmp(end_.message(), payload.data(), payload.size()) == 0);
 }

@@ -52,7 +52,12 @@ class PipeClient {
     // As BusClient.
     void RoundTrips(const std::string& payload, int count);
 
+    // As UploadClient.
+    double SendTime(const std::string& payload, int count);
+
   private:
+    void WaitForAnswer(const std::string& payload);
+
     PipeEnd end_;
 };
 
