@@ -14,7 +14,7 @@ expectations=0
 # A tree in which everything is documented.
 plant() {
     rm -rf "${tree:?}"/*
-    mkdir -p "$tree"/{docs,src/ipc,agent/noxipc,apps/kxehost}
+    mkdir -p "$tree"/{docs,src/ipc,src/msghandler,src/protobuf,agent/noxipc,apps/kxehost}
     cat >"$tree/src/ipc/a.cpp" <<'END'
 constexpr char kLogTag[] = "netinfo";
 constexpr char kSection[] = "connect";
@@ -46,6 +46,9 @@ END
 
 | E | `netinfo` | `no line of the log` | see [keys](configuration.md#the-keys-all-of-them) |
 END
+    echo 'message epinfo_msg_base { uint64 uVmid = 10; }' >"$tree/src/protobuf/epinfo.proto"
+    echo 'base.set_uvmid(rec.uVmid);' >"$tree/src/msghandler/kxepproto.cpp"
+    echo '| 10 `uVmid` | uint64 |' >"$tree/docs/wire-format.md"
     cat >"$tree/docs/configuration.md" <<'END'
 # Configuration
 
@@ -108,6 +111,11 @@ change src/ipc/a.cpp 's/connect\.ini/other.ini/'
 expect 'does not name var/other.ini, which src/ipc/a.cpp uses'
 change src/ipc/a.cpp 's,@/../var/connect.ini,@/flag,'
 expect 'does not name bin/flag, which src/ipc/a.cpp uses'
+
+change docs/wire-format.md 's/10/9/'
+expect 'no message has a field uVmid with the number 9'
+change docs/wire-format.md 's/uVmid/cmd/'
+expect 'no row for the field uvmid'
 
 change docs/configuration.md 's/(operations.md)/(operation.md)/'
 expect 'no such file: operation.md'
