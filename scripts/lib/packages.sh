@@ -13,7 +13,7 @@ packages_test=(
     "${packages_build[@]}"
     libbenchmark-dev libgmock-dev libgtest-dev
     clang-format clang-tidy shellcheck
-    binutils git iproute2 procps python3
+    binutils git iproute2 mandoc procps python3
 )
 
 # To fuzz (scripts/fuzz).

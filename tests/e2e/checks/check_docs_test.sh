@@ -14,7 +14,7 @@ expectations=0
 # A tree in which everything is documented.
 plant() {
     rm -rf "${tree:?}"/*
-    mkdir -p "$tree"/{docs,src/ipc,src/msghandler,src/protobuf,agent/noxipc,apps/kxehost}
+    mkdir -p "$tree"/{docs,packaging/man,src/ipc,src/msghandler,src/protobuf,agent/noxipc,apps/kxehost}
     cat >"$tree/src/ipc/a.cpp" <<'END'
 constexpr char kLogTag[] = "netinfo";
 constexpr char kSection[] = "connect";
@@ -49,6 +49,7 @@ END
     echo 'message epinfo_msg_base { uint64 uVmid = 10; }' >"$tree/src/protobuf/epinfo.proto"
     echo 'base.set_uvmid(rec.uVmid);' >"$tree/src/msghandler/kxepproto.cpp"
     echo '| 10 `uVmid` | uint64 |' >"$tree/docs/wire-format.md"
+    echo '.It Li [connect] ip' >"$tree/packaging/man/kxepinfo.5"
     cat >"$tree/docs/configuration.md" <<'END'
 # Configuration
 
@@ -107,6 +108,8 @@ change src/ipc/a.cpp 's/"ip"/"address"/'
 expect 'a row for a key that nothing reads or writes: [connect] ip'
 change src/ipc/a.cpp 's/"ip"/key.c_str()/'
 expect 'tell KEYS_ELSEWHERE'
+change packaging/man/kxepinfo.5 's/ip/address/'
+expect 'in the code or on the page alone: [connect] ip'
 change src/ipc/a.cpp 's/connect\.ini/other.ini/'
 expect 'does not name var/other.ini, which src/ipc/a.cpp uses'
 change src/ipc/a.cpp 's,@/../var/connect.ini,@/flag,'
