@@ -83,7 +83,7 @@ def check_pages(tree, known):
 
 
 def check_documents(root, known):
-    for document in [root / "README.md", *sorted((root / "docs").glob("*.md"))]:
+    for document in [root / "README.md", root / "CONTRIBUTING.md", *sorted((root / "docs").glob("*.md"))]:
         for program, option in sorted(options_in_use(document.read_text(encoding="utf-8"))):
             expect(option in known[program], f"{document.name}: {program} knows no {option}")
 
