@@ -51,9 +51,10 @@ _kxectl() {
     # -W expands what is in its words, so the names of files must not be among them.
     if [[ -n $files ]]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        compopt -o filenames 2>/dev/null || true  # fails when no completion is going on
     else
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current" | sort -u)
     fi
 }
 
-complete -o filenames -F _kxectl kxectl
+complete -F _kxectl kxectl
