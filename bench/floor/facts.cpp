@@ -121,12 +121,19 @@ void AddSystem(const std::string& root, bf_kxepinfo::epinfo& upload) {
     char machine[64];
     Require(uname(&names) == 0, "the kernel's names");
     Require(kxbench::RunSystemCommands(root + "/bin"), "what the two programs print");
+    // Not every machine has firmware with a number, but each is asked.
+    if (const int firmware = open("/sys/class/dmi/id/product_uuid", O_RDONLY | O_CLOEXEC);
+        firmware >= 0) {
+        (void)!read(firmware, machine, sizeof machine);
+        (void)close(firmware);
+    }
     (void)ReadFile("/etc/machine-id", machine, sizeof machine);
     bf_kxepinfo::epinfo_msg_base& record = *upload.mutable_sys_info()->mutable_base_info();
     record.set_host_node(names.nodename);
     record.set_sys_release(names.release);
     record.set_sys_version(names.version);
     record.set_sys_machine(names.machine);
+    record.set_cpu_core(static_cast<int>(sysconf(_SC_NPROCESSORS_CONF)));
     record.set_uvmid(std::strtoull(machine, nullptr, 16));
 }
 

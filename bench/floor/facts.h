@@ -24,7 +24,7 @@ void AddResources(const LoadCounters& first, const LoadCounters& second,
 // Interfaces that are up, with the requests that the module makes for each entry.
 void AddAdapters(bf_kxepinfo::epinfo& upload);
 
-// Kernel, distribution and word size, the last two from the two programs. `root` is an
+// Kernel, processors, the machine's number, and what the two programs tell. `root` is an
 // installation.
 void AddSystem(const std::string& root, bf_kxepinfo::epinfo& upload);
 

@@ -66,10 +66,14 @@ void Agent::Settle() {
     }
 }
 
+// With all versions, as an agent that is in order has them: those that are missing are told in the
+// log of every cycle.
 void Agent::ChangeVersion() {
     ++version_;
     Write(installation_ + "/config/agent_cfg.json",
-          R"({"version": {"components": "3.2.10.)" + std::to_string(version_) + "\"}}\n");
+          R"({"version": {"components": "3.2.10.)" + std::to_string(version_) +
+              R"(", "virusdbs": "20190220222616", "patchdbs": "20190227112530", )" +
+              R"("ioadbs": "1", "iocdbs": "1.0"}})" + "\n");
 }
 
 void Agent::NextUpload(Content expected) {
