@@ -1,4 +1,4 @@
-// The manager's memory on disk: every upload, and the latest state of each agent.
+// The manager's memory on disk: every upload, and what is derived from them.
 #ifndef KX_APPS_KXEMGR_DATABASE_H
 #define KX_APPS_KXEMGR_DATABASE_H
 
@@ -6,15 +6,15 @@
 #include <optional>
 #include <string>
 
-#include "kxemgr/machine.h"
+#include "kxemgr/recorder.h"
 #include "kxemgr/sqlite.h"
 #include "kxemgr/upload.h"
 
 namespace kxemgr {
 
 // An SQLite file (tables: schema.cpp) with a write-ahead log, FILE-wal and FILE-shm beside it.
-// Other programs may read it at any time. It grows by each upload; old rows of `uploads` may be
-// deleted by whoever keeps it.
+// Other programs may read it at any time. It grows by each upload, unless old rows are deleted
+// (retention.h); whoever keeps it may do that too.
 class Database {
   public:
     // So long another process's lock is waited for. An agent waits 5 s for its answer.
@@ -35,18 +35,12 @@ class Database {
   private:
     explicit Database(Connection connection);
     bool keep(const Upload& upload);
-    // Returns whether it is a duplicate, which changes nothing.
-    bool keep_agent(const Upload& upload, std::int64_t now_ms);
-    Machine machine_of(std::uint32_t agent_id);
-    void insert_upload(const Upload& upload, std::int64_t now_ms, bool duplicate);
-    void update_agent(const bf_kxepinfo::epinfo& message, const Machine& machine,
-                      std::int64_t now_ms);
+    void insert_upload(const Upload& upload, bool duplicate);
     void check_that_file_is_there();
 
     Connection m_connection;
     Statement m_insert_upload;
-    Statement m_select_machine;
-    Statement m_update_agent;
+    Recorder m_recorder;
 };
 
 }  // namespace kxemgr

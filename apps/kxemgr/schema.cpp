@@ -36,7 +36,46 @@ CREATE TABLE agents (
 CREATE INDEX agents_by_time ON agents (last_seen);
 )";
 
-constexpr const char* kMigrations[] = {kFirst};
+constexpr char kHistory[] = R"(
+-- Resource usage, one row an upload that tells it; not of duplicates.
+CREATE TABLE samples (
+    agent_id     INTEGER NOT NULL,
+    received_at  INTEGER NOT NULL,
+    cpu          INTEGER NOT NULL,  -- hundredths of a percent
+    memory_used  INTEGER NOT NULL,  -- kB
+    memory_total INTEGER NOT NULL,  -- kB
+    PRIMARY KEY (agent_id, received_at)
+) WITHOUT ROWID;
+CREATE INDEX samples_by_time ON samples (received_at);
+
+-- What an upload told otherwise than the one before; see changes.h.
+CREATE TABLE changes (
+    id         INTEGER PRIMARY KEY,
+    agent_id   INTEGER NOT NULL,
+    changed_at INTEGER NOT NULL,
+    subject    TEXT    NOT NULL,
+    item       TEXT    NOT NULL,
+    before     TEXT    NOT NULL,  -- empty: was not there
+    after      TEXT    NOT NULL   -- empty: is not there any more
+);
+CREATE INDEX changes_by_agent ON changes (agent_id, id);
+CREATE INDEX changes_by_time ON changes (changed_at);
+
+-- Other machines that used an agent's id; the facts as in agents.
+CREATE TABLE clones (
+    agent_id   INTEGER NOT NULL,
+    host_name  TEXT    NOT NULL,
+    macs       TEXT    NOT NULL,
+    vm_id      TEXT    NOT NULL,
+    first_seen INTEGER NOT NULL,
+    last_seen  INTEGER NOT NULL,
+    uploads    INTEGER NOT NULL,
+    PRIMARY KEY (agent_id, host_name, macs, vm_id)
+) WITHOUT ROWID;
+CREATE INDEX clones_by_time ON clones (last_seen);
+)";
+
+constexpr const char* kMigrations[] = {kFirst, kHistory};
 
 }  // namespace
 

@@ -19,19 +19,26 @@ namespace {
     throw SqliteError(words);
 }
 
-}  // namespace
-
-Connection OpenConnection(const std::string& file, int busy_ms) {
+Connection Open(const std::string& file, int busy_ms, int access) {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(
-        file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
-        nullptr);
+    const int code = sqlite3_open_v2(file.c_str(), &opened,
+                                     access | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
     Connection connection(opened);
     if (code != SQLITE_OK) {
         Throw(opened);
     }
     (void)sqlite3_busy_timeout(opened, busy_ms);
     return connection;
+}
+
+}  // namespace
+
+Connection OpenConnection(const std::string& file, int busy_ms) {
+    return Open(file, busy_ms, SQLITE_OPEN_READWRITE);
+}
+
+Connection OpenReader(const std::string& file, int busy_ms) {
+    return Open(file, busy_ms, SQLITE_OPEN_READONLY);
 }
 
 void Execute(sqlite3& connection, const char* sql) {

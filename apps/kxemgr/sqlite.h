@@ -29,6 +29,9 @@ using Connection = std::unique_ptr<sqlite3, CloseConnection>;
 // waited for `busy_ms`.
 Connection OpenConnection(const std::string& file, int busy_ms);
 
+// The same for reading only.
+Connection OpenReader(const std::string& file, int busy_ms);
+
 // Runs statements that take no values; results are dropped.
 void Execute(sqlite3& connection, const char* sql);
 
