@@ -29,9 +29,17 @@ void SetMember(json_t* object, const char* name, Json value) {
     }
 }
 
+namespace {
+
+// As many as any decimal fraction of so many digits keeps on its way through a double: 12.46 stays
+// 12.46.
+constexpr std::size_t kRealDigits = JSON_REAL_PRECISION(15);
+
+}  // namespace
+
 std::string ToText(const json_t* value, unsigned indent) {
     const std::unique_ptr<char, decltype(&std::free)> text(
-        json_dumps(value, JSON_ENSURE_ASCII | JSON_INDENT(indent)), &std::free);
+        json_dumps(value, JSON_ENSURE_ASCII | JSON_INDENT(indent) | kRealDigits), &std::free);
     if (text == nullptr) {
         throw std::bad_alloc();
     }

@@ -22,8 +22,11 @@ timespec Now() {
 }  // namespace
 
 Manager::Manager(const Options& options, kxapp::FaultPlan faults,
-                 std::unique_ptr<Database> database)
-    : m_options(options), m_faults(std::move(faults)), m_database(std::move(database)) {}
+                 std::unique_ptr<Database> database, Observer observer)
+    : m_options(options),
+      m_faults(std::move(faults)),
+      m_database(std::move(database)),
+      m_observer(std::move(observer)) {}
 
 kxapp::Reply Manager::handle(const kxapp::Request& request) {
     const std::string from(request.from);
@@ -38,6 +41,7 @@ kxapp::Reply Manager::handle(const kxapp::Request& request) {
     const auto upload = ReadUpload(request, Now(), fault);
     if (!upload) {
         kxapp::Complain("bad upload from %s: %s", from.c_str(), fault.c_str());
+        m_observer.on_bad_upload();
         return Deliver({}, Refuse(fault));
     }
     return accept(*upload);
@@ -50,6 +54,7 @@ kxapp::Reply Manager::accept(const Upload& upload) {
     ApplyToMessage(fault, answer);
     m_failed = !kxapp::WriteOut(m_options.json ? JsonLine(upload, fault, answer)
                                                : Block(upload) + AnswerInWords(answer));
+    m_observer.on_upload(upload, answer);
     return Deliver(fault, answer);
 }
 

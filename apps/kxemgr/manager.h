@@ -3,6 +3,7 @@
 #define KX_APPS_KXEMGR_MANAGER_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,10 +20,21 @@ struct Options {
     std::uint64_t count = 0;  // uploads after which it ends; 0: never
 };
 
+// Is told what the manager has decided, on the manager's thread, which waits for it. Neither may
+// throw.
+struct Observer {
+    // An upload, kept where there is a database, with the answer to it, faults among it.
+    std::function<void(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer)>
+        on_upload = [](const auto&, const auto&) {};
+    // A request that should have been an upload and was none.
+    std::function<void()> on_bad_upload = [] {};
+};
+
 class Manager {
   public:
     // Goes by `database`, or by its own memory when that is null.
-    Manager(const Options& options, kxapp::FaultPlan faults, std::unique_ptr<Database> database);
+    Manager(const Options& options, kxapp::FaultPlan faults, std::unique_ptr<Database> database,
+            Observer observer = {});
 
     // Shows an upload on standard output and returns the answer to it, once the database has it on
     // disk. One that the database does not take is told on standard error too, and refused: the
@@ -44,6 +56,7 @@ class Manager {
     Options m_options;
     kxapp::FaultPlan m_faults;
     std::unique_ptr<Database> m_database;
+    Observer m_observer;
     KnownMachines m_machines;  // not used with a database
     std::uint64_t m_received = 0;
     bool m_failed = false;

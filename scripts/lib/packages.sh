@@ -4,7 +4,7 @@
 # To build and run the agent.
 packages_build=(
     build-essential cmake ninja-build pkg-config
-    libcli11-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev
+    libcli11-dev libcpp-httplib-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev
     libsqlite3-dev libuv1-dev protobuf-compiler
 )
 
@@ -15,6 +15,10 @@ packages_test=(
     clang-format clang-tidy shellcheck
     binutils git iproute2 mandoc procps python3
 )
+
+# To test the manager's page (scripts/browser), with the second line only where there is no node.
+packages_browser=("${packages_build[@]}" chromium)
+packages_node=(nodejs npm)
 
 # To fuzz (scripts/fuzz).
 packages_fuzz=("${packages_test[@]}" clang libclang-rt-14-dev)
