@@ -15,7 +15,7 @@ namespace kxemgr {
 // Of one table at most so many rows go at once, and of uploads no more behind those that have
 // kMostBytesOfABatch together: an upload that comes meanwhile waits milliseconds, not minutes.
 inline constexpr std::size_t kMostRowsOfABatch = 500;
-inline constexpr std::int64_t kMostBytesOfABatch = 4 * 1024 * 1024;
+inline constexpr std::int64_t kMostBytesOfABatch = std::int64_t{4} * 1024 * 1024;
 
 // Deletes a batch of uploads, samples, changes and clones from before `cutoff_ms` in a transaction
 // of its own, if there are any. True when there may be more. Agents stay: the manager tells clones

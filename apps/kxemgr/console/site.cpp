@@ -18,7 +18,7 @@ constexpr char kEventsType[] = "text/event-stream";
 constexpr std::string_view kAgentPrefix = "/api/agents/";
 constexpr std::string_view kHistorySuffix = "/history";
 constexpr std::int64_t kUsualPoints = 400;
-constexpr std::int64_t kUsualSpanMs = 60 * 60 * 1000;
+constexpr std::int64_t kUsualSpanMs = std::int64_t{60} * 60 * 1000;
 // Of times that a query names; far behind any clock, and far from overflow.
 constexpr std::int64_t kLatestMs = std::int64_t{1} << 52U;
 

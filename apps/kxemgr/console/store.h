@@ -45,7 +45,7 @@ class MemoryStore : public Store {
     static constexpr int kMostSamples = 200'000;
     static constexpr int kMostChanges = 20'000;
     static constexpr int kMostClones = 1000;
-    static constexpr std::int64_t kMostBytes = 128 * 1024 * 1024;
+    static constexpr std::int64_t kMostBytes = std::int64_t{128} * 1024 * 1024;
     static constexpr unsigned kTrimEvery = 256;
 
     explicit MemoryStore(std::int64_t most_bytes = kMostBytes);
