@@ -103,6 +103,6 @@ export class History {
     setText(byId("memory-words"), typeof index === "number" && typeof data[1]?.[index] === "number"
       ? `${gib(data[1][index])} at ${time(data[0][index] * 1000)}`
       : used.length === 0 ? "no upload in this time"
-        : `${gib(gibOfKib(this.#latest?.memory_used_kib ?? used.at(-1)))} of ${gib(gibOfKib(total.at(-1)))} now, ${gib(gibOfKib(Math.max(...used)))} at most`);
+        : `${gib(gibOfKib(this.#latest?.memory_used_kib ?? used.at(-1)))} of ${gib(gibOfKib(total.at(-1)))} now, ${gib(gibOfKib(average(used)))} on average`);
   }
 }
