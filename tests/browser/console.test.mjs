@@ -85,7 +85,7 @@ describe("the console", () => {
     await page.click("#agents >> text=build-1");
     await says("#agent-title", "build-1");
     await says("#system", "6.1.0-18-amd64 #1 SMP PREEMPT_DYNAMIC");
-    await says("#system", "x86_64, 64-bit, 4 cores");
+    await says("#system", "4, x86_64, 64-bit");
     await says("#versions", "3.2.10.100");
     await says("#versions", "root from 10.0.0.9, 2026-11-21 08:15:00");
     await says("#adapters", "02-FC-00-00-00-01");

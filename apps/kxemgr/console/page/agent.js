@@ -117,7 +117,7 @@ export class Agent {
     list(byId("system"), [
       ["Distribution", base.sys_distro],
       ["Kernel", kernel],
-      ["Processor", [base.sys_machine, bits, base.cpu_core && `${base.cpu_core} cores`].filter(Boolean).join(", ")],
+      ["Processors", [base.cpu_core, base.sys_machine, bits].filter(Boolean).join(", ")],
       ["Machine", system.base_info && (base.physical ? "physical" : "virtual")],
       ["Virtual machine", base.uVmid !== "0" && base.uVmid],
       ["Container", base.containerId],
