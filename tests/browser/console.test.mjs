@@ -90,8 +90,8 @@ describe("the console", () => {
     await says("#versions", "root from 10.0.0.9, 2026-11-21 08:15:00");
     await says("#adapters", "02-FC-00-00-00-01");
     await says("#adapters", "fe80::fc:ff:fe00:1");
-    await says("#cpu-words", "12 % now");
-    await says("#memory-words", "4.39 GiB of 23.5 GiB now");
+    await says("#cpu-words", "12 % last");
+    await says("#memory-words", "4.39 GiB of 23.5 GiB last");
     await page.locator("#cpu-chart canvas").waitFor();
     await page.locator("#memory-chart canvas").waitFor();
     assert.equal(await page.title(), "build-1 - kxemgr console");
@@ -102,10 +102,10 @@ describe("the console", () => {
     await manager.start("--db", manager.file("var/uploads.db"));
     await manager.upload(fullUpload(1));
     await page.goto(`${manager.url}#agent/1`);
-    await says("#cpu-words", "12 % now");
+    await says("#cpu-words", "12 % last");
     await page.evaluate(() => { window.sameDocument = true; });
     await manager.upload(usageUpload(1, 7700));
-    await says("#cpu-words", "77 % now");
+    await says("#cpu-words", "77 % last");
     await says("#agents tr[data-id='1']", "77 %");
     await manager.upload(fullUpload(1, {ipv4: "192.0.2.77", cpu: 500}));
     await says("#adapters", "192.0.2.77");
@@ -118,7 +118,7 @@ describe("the console", () => {
     await manager.start("--db", manager.file("var/uploads.db"));
     await says("#connection", "live");
     await manager.upload(usageUpload(1, 3300));
-    await says("#cpu-words", "33 % now");
+    await says("#cpu-words", "33 % last");
     assert.equal(await page.evaluate(() => window.sameDocument), true);
   });
 
@@ -273,7 +273,7 @@ describe("the console", () => {
       await page.click("#agents a >> text=build-1");
       await says("#changes", "192.0.2.77");
       await says("#clones", "build-1-copy");
-      await says("#cpu-words", "22 % now");
+      await says("#cpu-words", "22 % last");
       await page.check("input[value='900']");
       await page.locator("#cpu-chart canvas").waitFor();
       // Nothing is wider than the screen.

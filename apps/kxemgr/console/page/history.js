@@ -95,7 +95,7 @@ export class History {
     setText(byId("cpu-words"), typeof index === "number" && typeof data[2]?.[index] === "number"
       ? `${percent(data[2][index])} at ${time(data[0][index] * 1000)}`
       : values.length === 0 ? "no upload in this time"
-        : `${percent(this.#latest?.cpu_percent ?? values.at(-1))} now, ${percent(average(values))} on average, ${percent(Math.max(...highest))} at most`);
+        : `${percent(this.#latest?.cpu_percent ?? values.at(-1))} last, ${percent(average(values))} on average, ${percent(Math.max(...highest))} at most`);
   }
 
   #memoryWords(data, index) {
@@ -103,6 +103,6 @@ export class History {
     setText(byId("memory-words"), typeof index === "number" && typeof data[1]?.[index] === "number"
       ? `${gib(data[1][index])} at ${time(data[0][index] * 1000)}`
       : used.length === 0 ? "no upload in this time"
-        : `${gib(gibOfKib(this.#latest?.memory_used_kib ?? used.at(-1)))} of ${gib(gibOfKib(total.at(-1)))} now, ${gib(gibOfKib(average(used)))} on average`);
+        : `${gib(gibOfKib(this.#latest?.memory_used_kib ?? used.at(-1)))} of ${gib(gibOfKib(total.at(-1)))} last, ${gib(gibOfKib(average(used)))} on average`);
   }
 }
