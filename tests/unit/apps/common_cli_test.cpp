@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr kxapp::FaultKind kKinds[] = {{"silent", "does not answer"}};
+constexpr kxapp::FaultKind kOneKind[] = {{"silent", "does not answer"}};
 
 // The name that complaints begin with.
 std::string Name() {
@@ -92,7 +92,7 @@ TEST(ReadCommandLine, TellsAMistakeInOneLine) {
 
 TEST(ReadCommandLine, AddsFaultsToThePlanInTheirOrder) {
     CLI::App app{"A program.", "kxtest"};
-    kxapp::FaultPlan plan(kKinds);
+    kxapp::FaultPlan plan(kOneKind);
     kxapp::AddFaultOption(app, plan, "answers");
     EXPECT_EQ(Read(app, {"--fault", "silent:1", "--fault=silent:1"}).status, std::nullopt);
     EXPECT_EQ(plan.take(), "silent");
@@ -124,7 +124,7 @@ TEST(ReadCommandLine, TakesANumberInsideItsRange) {
 
 TEST(ReadCommandLine, RefusesAnUnknownFault) {
     CLI::App app{"A program.", "kxtest"};
-    kxapp::FaultPlan plan(kKinds);
+    kxapp::FaultPlan plan(kOneKind);
     kxapp::AddFaultOption(app, plan, "answers");
     const Result result = Read(app, {"--fault", "loud"});
     EXPECT_EQ(result.status, 64);

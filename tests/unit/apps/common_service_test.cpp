@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bus_ends.h"
+#include "complaint_line.h"
 #include "installation.h"
 
 using kxapp::Delivery;
@@ -18,10 +19,6 @@ using kxtest::RunUntil;
 namespace {
 
 constexpr unsigned kAnHourMs = 3'600'000;
-
-std::string Line(const std::string& text) {
-    return std::string(program_invocation_short_name) + ": " + text + "\n";
-}
 
 // Answers with what the request says: "now", "late", "never" or "close".
 Reply Obey(const Request& request) {

@@ -1,19 +1,15 @@
 #include "kxecfgc/centre.h"
 
-#include <cerrno>
 #include <filesystem>
 
 #include "common/keyvalue.h"
+#include "complaint_line.h"
 #include "installation.h"
 #include "kxecfgc/answer.h"
 
 using kxapp::Delivery;
 
 namespace {
-
-std::string Line(const std::string& text) {
-    return std::string(program_invocation_short_name) + ": " + text + "\n";
-}
 
 class CentreTest : public kxtest::InstallationTest {
   protected:

@@ -2,20 +2,16 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 
+#include "complaint_line.h"
 #include "installation.h"
 
 using kxectl::ReadInput;
 using namespace std::string_literals;
 
 namespace {
-
-std::string Line(const std::string& text) {
-    return std::string(program_invocation_short_name) + ": " + text + "\n";
-}
 
 class Input : public kxtest::InstallationTest {};
 

@@ -1,19 +1,15 @@
 #include "kxehost/module.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
+#include "complaint_line.h"
 #include "installation.h"
 
 using kxehost::Module;
 using kxehost::ModulePath;
 
 namespace {
-
-std::string Line(const std::string& text) {
-    return std::string(program_invocation_short_name) + ": " + text + "\n";
-}
 
 std::string ComplaintOfLoading(const std::string& path) {
     ::testing::internal::CaptureStderr();

@@ -2,10 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include <cerrno>
 #include <string>
 
 #include "common/frame.h"
+#include "complaint_line.h"
 #include "epinfo.pb.h"
 #include "kxemgr/answer.h"
 
@@ -39,10 +39,6 @@ epinfo_msg_respone Answer(const kxapp::Reply& reply) {
     epinfo_msg_respone answer;
     EXPECT_TRUE(answer.ParseFromString(std::string(payload.value_or(""))));
     return answer;
-}
-
-std::string Line(const std::string& text) {
-    return std::string(program_invocation_short_name) + ": " + text + "\n";
 }
 
 kxapp::FaultPlan Plan(const char* fault) {
