@@ -78,18 +78,24 @@ std::string Encode(CMsgProtobuf& serializer, _stAgentInfo& agent) {
     return bytes;
 }
 
-// As in a cycle whose facts are uploaded although they are the same. Returns the bytes of memory
-// that are held when all is there: both lists, the message and its encoding.
-std::size_t RunSteps(Adapters& previous) {
+// Bytes that are allocated.
+double HeldMemory() {
+    const struct mallinfo2 held = mallinfo2();
+    return static_cast<double>(held.uordblks + held.hblkhd);
+}
+
+// As in a cycle whose facts are uploaded although they are the same. Calls `when_all_is_there`
+// while there are both lists, the message and its encoding.
+template <class Call>
+void RunSteps(Adapters& previous, Call when_all_is_there) {
     _stAgentInfo agent;
     agent.adapters = Collect();
     Compare(previous, agent.adapters);
     RecordKnown(agent.adapters);
     CMsgProtobuf serializer;
     const std::string bytes = Encode(serializer, agent);
-    const struct mallinfo2 held = mallinfo2();
+    when_all_is_there();
     previous = std::move(agent.adapters);
-    return held.uordblks + held.hblkhd;
 }
 
 std::string Name(Layout layout, std::size_t count) {
@@ -101,29 +107,30 @@ int CallsARound(std::size_t count) {
     return static_cast<int>(std::max<std::size_t>(1, 500 / count));
 }
 
-// In one network. Returns its adapters in the kernel's order and, in bytes, what they hold of
-// memory,
+// In one network. Returns its adapters as they are collected, and the bytes of memory that a cycle
+// holds for each address.
 std::pair<Adapters, double> MeasureWhole(Layout layout, std::size_t count) {
     const Network network(layout, count);
     LinkOver(network.last_address());
-    const struct mallinfo2 before = mallinfo2();
+    const double held_before = HeldMemory();
     Adapters previous = Collect();
     Require(
         CountIpv4(previous) == count && previous.front().if_ipv4.front() == network.last_address(),
         "finding all addresses");
     std::set<std::string> added;
     RecordIpv4Addresses(previous, added);
-    const std::size_t held = RunSteps(previous) - before.uordblks - before.hblkhd;
+    double held = 0;
+    RunSteps(previous, [&] { held = HeldMemory() - held_before; });
 
     const kxbench::Compared time = kxbench::CompareProcessorTime(
-        [&] { (void)RunSteps(previous); }, WalkBarely, kRounds, CallsARound(count));
+        [&] { RunSteps(previous, [] {}); }, WalkBarely, kRounds, CallsARound(count));
     kxbench::Report({.name = Name(layout, count) + ": collect, compare, record, encode",
                      .unit = "us",
                      .samples = time.work,
                      .floor = "the same requests barely",
                      .floor_samples = time.reference,
                      .target = count == kLargestCount ? std::optional(kTarget) : std::nullopt});
-    return {Collect(), static_cast<double>(held) / static_cast<double>(count)};
+    return {Collect(), held / static_cast<double>(count)};
 }
 
 // A list of adapters, twice: as the comparison of the cycle before has left it, and as of now.

@@ -2,8 +2,9 @@
 #ifndef KXEPINFO_BENCH_GROWTH_GROWTH_H
 #define KXEPINFO_BENCH_GROWTH_GROWTH_H
 
-// Network adapters: 2 to 5000 interfaces with an address each, and as many addresses on one
-// interface. Needs the right to make network namespaces. Writes "@/../var/connect.ini" and
+// Network adapters: 2 to 5000 interfaces with an IPv4 and an IPv6 address each, and as many IPv4
+// addresses on one interface. Needs the right to make network namespaces. Writes
+// "@/../var/connect.ini" and
 // "@/../config/server_port.ini".
 void MeasureAdapters();
 

@@ -1,8 +1,6 @@
 #include "network.h"
 
-#include <ifaddrs.h>
-#include <unistd.h>
-
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <vector>
@@ -15,12 +13,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kGroup[] = "7";  // of all interfaces, so that they can be removed at once
-constexpr useconds_t kPause = 500000;
-constexpr int kMostPauses = 120;
+constexpr char kGroup[] = "7";   // of all interfaces, so that they can be removed at once
+constexpr int kNoAddresses = 1;  // way of making IPv6 addresses (addrgenmode of ip-link(8))
 
 std::string Address(std::size_t number) {
     return "10." + std::to_string(number >> 8U) + "." + std::to_string(number & 0xFFU) + ".1";
+}
+
+std::string Hexadecimal(std::size_t number) {
+    char text[2 * sizeof number + 1] = {};
+    (void)std::snprintf(text, sizeof text, "%zx", number);
+    return text;
 }
 
 std::string Name(std::size_t number) {
@@ -86,51 +89,28 @@ void AddInterfaces(Batch& batch, std::size_t count) {
     }
 }
 
-std::size_t CountEntries() {
-    ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0) {
-        kxbench::Fail("the kernel does not tell its addresses");
-    }
-    std::size_t count = 0;
-    for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
-        ++count;
-    }
-    freeifaddrs(first);
-    return count;
-}
-
-void WaitUntilComplete() {
-    std::size_t before = 0;
-    for (int pause = 0; pause < kMostPauses; ++pause) {
-        const std::size_t now = CountEntries();
-        if (now == before) {
-            return;
-        }
-        before = now;
-        (void)usleep(kPause);
-    }
-    kxbench::Fail("the network does not come to rest");
-}
-
 }  // namespace
 
 Network::Network(Layout layout, std::size_t count) : last_address_(Address(count - 1)) {
     if (!kxtest::EnterOwnNetwork()) {
         kxbench::Fail("no right to make a network: this measurement must be run as root");
     }
-    // Addresses are there at once, instead of being tried out for a second first.
-    std::ofstream("/proc/sys/net/ipv6/conf/default/accept_dad") << 0;
+    // The kernel would give IPv6 addresses some time later, in the middle of a measurement.
+    const bool has_ipv6 = bool(
+        (std::ofstream("/proc/sys/net/ipv6/conf/default/addr_gen_mode") << kNoAddresses).flush());
     Batch batch;
     AddInterfaces(batch, layout == Layout::kInterfaces ? count : 1);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string name = Name(layout == Layout::kInterfaces ? i : 0);
         batch.Add("addr add " + Address(i) + "/32 dev " + name);
+        if (layout == Layout::kInterfaces && has_ipv6) {
+            batch.Add("addr add fd00::" + Hexadecimal(i) + "/128 dev " + name + " nodad");
+        }
         if (layout == Layout::kInterfaces || i == 0) {
             batch.Add("link set " + name + " up");
         }
     }
     batch.Run();
-    WaitUntilComplete();
 }
 
 Network::~Network() {

@@ -13,9 +13,9 @@ enum class Layout {
 class Network {
   public:
     // Real interfaces, up, with `count` different IPv4 addresses, 1 to 65536: a bridge, then by
-    // turns pairs of Ethernet links and taps, of those the kinds that the kernel has. The pairs get
-    // IPv6 addresses from the kernel; returns when there come no more. Ends the program when it may
-    // not make a network, or the kernel has neither pairs nor taps.
+    // turns pairs of Ethernet links and taps, of those the kinds that the kernel has. Where each
+    // has one address, it has an IPv6 address too. Ends the program when it may not make a network,
+    // or the kernel has neither pairs nor taps.
     Network(Layout layout, std::size_t count);
     Network(const Network&) = delete;
     Network& operator=(const Network&) = delete;
