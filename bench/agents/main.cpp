@@ -127,7 +127,8 @@ void Report(const Size& size, const Costs& hosts, const Costs& floors,
                      .unit = "kB",
                      .samples = {std::accumulate(memory.begin(), memory.end(), 0.0)}});
     if (size.agents == kMostAgents) {
-        kxbench::Report(kxbench::WithinBudget(share, "%", hosts.with_children, kPercentBudget));
+        kxbench::Report(
+            kxbench::WithinBudget(share + ", at most", "%", hosts.with_children, kPercentBudget));
         kxbench::ReportCosts(name + "a cycle, ", hosts.cycles, floors.cycles);
     }
 }
