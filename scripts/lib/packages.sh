@@ -23,6 +23,9 @@ packages_node=(nodejs npm)
 # To fuzz (scripts/fuzz).
 packages_fuzz=("${packages_test[@]}" clang libclang-rt-14-dev)
 
+# To watch memory (scripts/memcheck).
+packages_memcheck=("${packages_test[@]}" libc6-dbg valgrind)
+
 is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
