@@ -131,8 +131,15 @@ __attribute__((noinline)) bool TransferFails(std::string_view of_file, std::stri
 // however many the function takes, and return one alike.
 using Function = long (*)(long, long, long, long, long, long);
 
-Function Next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+// The function behind this library's own, looked up at the first call. `known` is no guarded static
+// variable: guards are ThreadSanitizer's, which calls some of these functions before it is set up.
+Function Next(std::atomic<Function>& known, const char* name) {
+    Function next = known.load(std::memory_order_relaxed);
+    if (next == nullptr) {
+        next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+        known.store(next, std::memory_order_relaxed);
+    }
+    return next;
 }
 
 }  // namespace
@@ -143,7 +150,8 @@ Function Next(const char* name) {
     KX_VISIBLE long Faulty_##symbol(long a, long b, long c, long d, long e,         \
                                     long f) __asm__(#symbol);                       \
     long Faulty_##symbol(long a, long b, long c, long d, long e, long f) {          \
-        static const Function next = Next(#symbol);                                 \
+        static constinit std::atomic<Function> known{nullptr};                      \
+        const Function next = Next(known, #symbol);                                 \
         return Fails(counted) ? static_cast<long>(failed) : next(a, b, c, d, e, f); \
     }
 
@@ -151,7 +159,8 @@ Function Next(const char* name) {
     KX_VISIBLE long Faulty_##symbol(long a, long b, long c, long d, long e,         \
                                     long f) __asm__(#symbol);                       \
     long Faulty_##symbol(long a, long b, long c, long d, long e, long f) {          \
-        static const Function next = Next(#symbol);                                 \
+        static constinit std::atomic<Function> known{nullptr};                      \
+        const Function next = Next(known, #symbol);                                 \
         return TransferFails(of_file, of_socket, a) ? -1L : next(a, b, c, d, e, f); \
     }
 
@@ -160,6 +169,7 @@ KX_REPLACES(open, "open", -1)
 KX_REPLACES(open64, "open", -1)
 KX_REPLACES(__open64_2, "open", -1)
 KX_REPLACES(openat, "openat", -1)
+KX_REPLACES(fopen, "fopen", 0)
 KX_REPLACES(fdopen, "fdopen", 0)
 KX_REPLACES_TRANSFER(read, "read", "receive")
 KX_REPLACES_TRANSFER(readv, "read", "receive")
@@ -171,6 +181,8 @@ KX_REPLACES(fread, "fread", 0)
 KX_REPLACES(fgets, "fgets", 0)
 KX_REPLACES(fwrite, "fwrite", 0)
 KX_REPLACES(fflush, "fflush", -1)
+KX_REPLACES(fseek, "fseek", -1)
+KX_REPLACES(ftell, "ftell", -1)
 KX_REPLACES(fsync, "fsync", -1)
 KX_REPLACES(rename, "rename", -1)
 KX_REPLACES(renameat, "renameat", -1)
@@ -186,6 +198,7 @@ KX_REPLACES(fstat64, "fstat", -1)
 KX_REPLACES(fstatat, "fstatat", -1)
 KX_REPLACES(fchmod, "fchmod", -1)
 KX_REPLACES(fchmodat, "fchmodat", -1)
+KX_REPLACES(fchown, "fchown", -1)
 KX_REPLACES(futimens, "futimens", -1)
 KX_REPLACES(flock, "flock", -1)
 KX_REPLACES(fcntl, "fcntl", -1)
@@ -219,6 +232,9 @@ KX_REPLACES(pthread_create, "pthread_create", errno)
 KX_REPLACES(localtime_r, "localtime_r", 0)
 
 KX_REPLACES(waitpid, "waitpid", -1)
+
+// The stream is closed all the same.
+KX_REPLACES(fclose, "fclose", (next(a, b, c, d, e, f), -1))
 
 // dlerror has to tell a reason: the loader's, for what it cannot find. Who asks only for what is
 // loaded already is a library like this one.
