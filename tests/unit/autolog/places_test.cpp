@@ -50,6 +50,20 @@ TEST_F(Places, ADirectoryMayBeRelative) {
               Lines{"t:1 x"});
 }
 
+TEST_F(Places, ARelativeDirectoryWithoutAWorkingDirectoryMeansStandardError) {
+    const fs::path before = fs::current_path();
+    const fs::path gone = kxtest::InstallationRoot() / "gone";
+    fs::create_directory(gone);
+    fs::current_path(gone);
+    fs::remove(gone);
+    const ErrorStreamCapture captured;
+    const int result = init("var/log", 5);
+    output(2, "t", 1, "x");
+    fs::current_path(before);
+    EXPECT_EQ(result, ENOENT);
+    EXPECT_EQ(Texts(captured.Text()), Lines{"t:1 x"});
+}
+
 TEST_F(Places, AFileThatIsThereIsContinued) {
     kxtest::WriteFile("var/log/agent/kxepinfo/kxepinfo.log", "from the last run\n");
     ASSERT_EQ(init(Directory().c_str(), 5), 0);

@@ -122,3 +122,17 @@ TEST_F(Recovery, ALineThatAFullDiskCutIsEnded) {
     EXPECT_EQ(content[8192], '\n');
     EXPECT_EQ(Texts(content).back(), "t:" + std::to_string(line_) + " x");
 }
+
+TEST_F(Recovery, ALineThatCannotBeEndedMeansStandardErrorAndGrowsNoFurther) {
+    fs::create_directories(Directory());
+    const kxtest::TinyDisk disk(Directory(), 8);
+    if (!disk.IsMounted()) {
+        GTEST_SKIP() << "not permitted to mount";
+    }
+    kxtest::WriteFile("var/log/agent/kxepinfo/kxepinfo.log", std::string(8192, 'x'));
+    const ErrorStreamCapture captured;
+    EXPECT_EQ(init(Directory().c_str(), 5), ENOSPC);
+    output(2, "t", 1, "x");
+    EXPECT_EQ(Texts(captured.Text()), Lines{"t:1 x"});
+    EXPECT_EQ(fs::file_size(File()), 8192U);
+}

@@ -1,6 +1,7 @@
 #include "trace_file.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -85,6 +86,22 @@ TEST_F(TraceFile, TakesBackALineThatWasCutShort) {
     EXPECT_EQ(kxtest::ReadFile(Events()), "{}\n");
     EXPECT_EQ(bpsdk::AppendLine("[]\n"), 0);
     EXPECT_EQ(kxtest::ReadFile(Events()), "{}\n[]\n");
+}
+
+// As when the limit that a service manager sets is reached.
+TEST_F(TraceFile, LeavesOutALineOfWhichNothingCanBeWritten) {
+    ASSERT_EQ(bpsdk::AppendLine("{}\n"), 0);
+    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit low = before;
+    low.rlim_cur = 3;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &low), 0);
+    const int result = bpsdk::AppendLine("[]\n");
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    (void)signal(SIGXFSZ, handler);
+    EXPECT_EQ(result, EFBIG);
+    EXPECT_EQ(kxtest::ReadFile(Events()), "{}\n");
 }
 
 TEST_F(TraceFile, IsFilledToItsLimit) {

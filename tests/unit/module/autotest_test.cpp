@@ -1,10 +1,14 @@
 #include "module/autotest.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 
 #include "cycle_fixture.h"
 
@@ -39,6 +43,8 @@ class Dump : public Cycles {
     static void Enable() { kxtest::WriteFile("bin/kxepinfo_flag.txt", ""); }
 };
 
+bool no_streams = false;  // while it is true, there is no memory for a stream on a descriptor
+
 const char* const kResource = "4 kxepproto: cpu_usage:50.00(%),mem_total:1000(kB),mem_used:600(kB)";
 
 const char* const kLine =
@@ -46,6 +52,16 @@ const char* const kLine =
     "cpu_usage:50\\.00\\(%\\)\tmem_total:1000\\(kB\\)\tmem_used:600\\(kB\\)\n";
 
 }  // namespace
+
+// In front of the C library's.
+extern "C" std::FILE* fdopen(int descriptor, const char* mode) noexcept {
+    static const auto real = reinterpret_cast<decltype(&fdopen)>(dlsym(RTLD_NEXT, "fdopen"));
+    if (no_streams) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return real(descriptor, mode);
+}
 
 TEST(AutoTestLine, TellsTimeUsageAndMemory) {
     EXPECT_EQ(AutoTestLine(kMorning, {1205, 8062440, 2071556}),
@@ -141,4 +157,19 @@ TEST_F(Dump, IsSkippedSilentlyWhenItCannotBeOpened) {
     EXPECT_EQ(std::vector<std::string>(journal.end() - 5, journal.end()),
               (std::vector<std::string>{"3 kxepinfo: Auto test is enabled\\n", kResource,
                                         "kxe_time", "kxe_time", "kxe_time"}));
+}
+
+TEST_F(Dump, IsSkippedSilentlyAndClosedWithoutMemoryForAStream) {
+    Enable();
+    const auto open_descriptors = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    const auto before = open_descriptors();
+    no_streams = true;
+    const int result = Run();
+    no_streams = false;
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(Text(), "");
 }

@@ -1,9 +1,11 @@
 // Who may connect. The tests with another user need root's rights to become one.
 #include <fcntl.h>
 #include <grp.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -96,6 +98,18 @@ class StrangerTest : public AccessTest {
                setgid(kStranger) == 0 && setuid(kStranger) == 0;
     }
 
+    // Takes that right from this thread or gives it back.
+    static bool MayGiveFilesAway(bool may) {
+        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
+        if (syscall(SYS_capget, &header, sets) != 0) {
+            return false;
+        }
+        constexpr unsigned kRight = 1U << CAP_CHOWN;
+        sets[0].effective = may ? sets[0].effective | kRight : sets[0].effective & ~kRight;
+        return syscall(SYS_capset, &header, sets) == 0;
+    }
+
     static sockaddr_un Address() {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
@@ -158,6 +172,22 @@ TEST_F(StrangerTest, OfAnAllowedGroupMayConnect) {
     RunWhatIsDue();
     EXPECT_EQ(kConnected, WEXITSTATUS(stranger.Wait()));
     EXPECT_THAT(kxtest::LoggedLines(), IsEmpty());
+}
+
+// As in a container that takes the right to give files away from root, too.
+TEST_F(StrangerTest, OfAnAllowedGroupStaysOutWhenTheGroupCannotBeGivenTheFiles) {
+    kxtest::WriteFile("config/ipc.ini", "[ipc]\nallowed_gids=65534\n");
+    ASSERT_TRUE(MayGiveFilesAway(false));
+    const Server server("server");
+    ASSERT_TRUE(MayGiveFilesAway(true));
+    Child stranger(Connect);
+    EXPECT_EQ(kKeptOut, WEXITSTATUS(stranger.Wait()));
+    const auto line = [](const std::string& file) {
+        return LogLine{2, "noxipc",
+                       file + " cannot be given to group 65534: Operation not permitted"};
+    };
+    const std::string directory = kxtest::InstallationRoot() / "bin/../var/run/ipc";
+    EXPECT_THAT(kxtest::LoggedLines(), ElementsAre(line(directory), line("server.sock")));
 }
 
 TEST_F(StrangerTest, ThatListensUnderANameIsNotTalkedTo) {

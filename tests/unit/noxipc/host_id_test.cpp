@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -124,6 +125,31 @@ TEST_F(HostIdTest, IsUnknownWhenItCannotBeKept) {
     EXPECT_EQ(0U, Id());
     const std::string text = Directory() + " cannot be opened: Not a directory";
     EXPECT_THAT(kxtest::LoggedLines(), testing::ElementsAre(kxtest::LogLine{2, "noxipc", text}));
+}
+
+TEST_F(HostIdTest, IsUnknownWithoutAPlaceForItsDirectory) {
+    const std::string directory = InstallationRoot() / "nowhere/config";
+    EXPECT_EQ(0U, noxipc::ReadOrDrawHostId(directory));
+    const std::string text = directory + " cannot be made: No such file or directory";
+    EXPECT_THAT(kxtest::LoggedLines(), testing::ElementsAre(kxtest::LogLine{2, "noxipc", text}));
+}
+
+TEST_F(HostIdTest, IsUnknownWhenSomethingIsInTheNewFilesPlace) {
+    fs::create_directories(fs::path(Directory()) / "agent_id.new");
+    EXPECT_EQ(0U, Id());
+    const std::string text = "the agent's id cannot be written: File exists";
+    EXPECT_THAT(kxtest::LoggedLines(), testing::ElementsAre(kxtest::LogLine{2, "noxipc", text}));
+}
+
+TEST_F(HostIdTest, IsUnknownAfterTwoSecondsWithTheLockTaken) {
+    const int lock = open(WriteFile("config/agent_id.lock", "").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(0, flock(lock, LOCK_EX));
+    EXPECT_EQ(0U, Id());
+    close(lock);
+    const std::string text =
+        Directory() + " cannot be locked to draw an id: Address already in use";
+    EXPECT_THAT(kxtest::LoggedLines(), testing::ElementsAre(kxtest::LogLine{2, "noxipc", text}));
+    EXPECT_NE(0U, Id());
 }
 
 TEST_F(HostIdTest, IsUnknownWhenTheFileCannotBeReplaced) {
