@@ -228,9 +228,9 @@ KX_REPLACES(uname, "uname", -1)
 KX_REPLACES(sysconf, "sysconf", -1)
 KX_REPLACES(getrandom, "getrandom", -1)
 KX_REPLACES(posix_spawn, "posix_spawn", errno)
+KX_REPLACES(posix_spawn_file_actions_adddup2, "adddup2", errno)
 KX_REPLACES(pthread_create, "pthread_create", errno)
 KX_REPLACES(localtime_r, "localtime_r", 0)
-
 KX_REPLACES(waitpid, "waitpid", -1)
 
 // The stream is closed all the same.

@@ -84,6 +84,8 @@ const Subject kWhileRunning[] = {
       {"sysconf", EINVAL},
       {"getrandom", EAGAIN},
       {"posix_spawn", ENOMEM},
+      {"adddup2", ENOMEM},
+      {"waitpid", ECHILD},
       {"waitpid", EINTR}}},
     {"Shortage",
      {{"open", EMFILE, Reach::kFromHere},
