@@ -103,8 +103,13 @@ AgentInstallation::~AgentInstallation() {
 }
 
 void AgentInstallation::write(std::string_view relative, std::string_view content) const {
-    fs::create_directories(path(relative).parent_path());
-    std::ofstream(path(relative), std::ios::binary | std::ios::trunc) << content;
+    const fs::path file = path(relative);
+    fs::create_directories(file.parent_path());
+    std::error_code missing;
+    if (fs::hard_link_count(file, missing) > 1 && !missing) {
+        fs::remove(file);  // other installations have it, too
+    }
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
 }
 
 std::string AgentInstallation::read(std::string_view relative) const {

@@ -61,6 +61,14 @@ TEST_F(Host, StopsWithASilentManager) {
     EXPECT_THAT(installation().log(), testing::HasSubstr("thread exit ok"));
 }
 
+// Programs of all installations are one file until one of them gets another.
+TEST_F(Host, OfAnotherInstallationKeepsItsScript) {
+    const AgentInstallation other("other");
+    installation().write("bin/resmon_export.sh", "exit 1\n");
+    EXPECT_EQ(installation().read("bin/resmon_export.sh"), "exit 1\n");
+    EXPECT_NE(other.read("bin/resmon_export.sh"), "exit 1\n");
+}
+
 // The script in an endless sleep, with a child that holds on to its output.
 TEST_F(Host, StopsWhileAProgramOfTheCycleHangs) {
     StartManager();
