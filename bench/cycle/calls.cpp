@@ -10,7 +10,7 @@ namespace {
 
 using kxbench::SystemCalls;
 
-constexpr int kCycles = 7;
+constexpr std::size_t kCycles = 7;
 constexpr int kPeriodMs = 300;
 constexpr double kCallsOfMeter = 4;  // of which each counted cycle has one
 
@@ -34,7 +34,7 @@ std::vector<SystemCalls> CountFloor(const std::string& installation) {
     kxbench::SystemCallCounter counter(floor.pid());
     (void)CountCycle(counter, lines);  // from the middle of a cycle
     std::vector<SystemCalls> calls;
-    for (int i = 0; i < kCycles; ++i) {
+    while (calls.size() < kCycles) {
         calls.push_back(CountCycle(counter, lines));
     }
     return calls;
@@ -73,17 +73,17 @@ void MeasureCalls(const std::string& installation, const std::vector<CycleKind>&
             (void)kxbench::NextCost(lines);
             ++cycles;
         } else {
-            agent.NextUpload(kxbench::Content::kNothingElse);
+            (void)agent.NextUpload();
         }
     }
     for (const CycleKind& kind : kinds) {
         std::vector<SystemCalls> host;
-        for (int i = 0; i < kCycles; ++i) {
-            if (kind.content == kxbench::Content::kAgentFacts) {
-                agent.ChangeVersion();
+        while (host.size() < kCycles) {
+            agent.Prepare(kind.content);
+            const SystemCalls calls = CountCycle(counter, lines);
+            if (agent.IsNextUpload(kind.content)) {
+                host.push_back(calls);
             }
-            host.push_back(CountCycle(counter, lines));
-            agent.NextUpload(kind.content);
         }
         Report(kind, host, floor);
     }

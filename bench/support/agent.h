@@ -28,27 +28,29 @@ class Agent {
     // How many there were so far.
     int uploads() const { return count_; }
 
-    // Makes the next upload carry the agent facts: the agent is of another version from now on.
-    void ChangeVersion();
-
-    // Whether NextUpload would return at once.
-    bool HasUpload() { return uploads_.HasNext(); }
+    // Sees that the next upload can carry that: for the agent facts, the agent is of another
+    // version from now on.
+    void Prepare(Content content);
 
     // Waits for the next upload. Ends the program when none comes within two intervals.
     Content NextUpload();
 
-    // The same. Ends the program when it carries something else than that.
-    void NextUpload(Content expected);
+    // The same, and whether it carries that. Agent facts go out in every 16th upload, and when the
+    // machine's own have changed. Ends the program when that happens too often.
+    bool IsNextUpload(Content expected);
 
     // Waits until uploads carry nothing else than resource usage. Ends the program when they do not
     // come to that.
     void Settle();
 
   private:
+    void WriteVersions();
+
     std::string installation_;
     int interval_;
     int version_ = 0;
     int count_ = 0;
+    int unexpected_ = 0;
     Lines uploads_;
     std::optional<Child> manager_;
     std::optional<Child> host_;
