@@ -44,8 +44,8 @@ int ReadWholeFile(const char* path, std::size_t most, std::string& content);
 // file itself. The new file has owner, group and permissions of the old one; where the process may
 // not give it the old group, the group gets no more rights than others. Without an old file it has
 // mode 0644 less the umask. 0, or an errno value with everything as it was and no file left over;
-// EISDIR or EINVAL when something other than a regular file is in the place. A process that is
-// killed in the middle leaves the unfinished file behind.
+// EISDIR or EINVAL when something other than a regular file is in the place. What a process
+// that was killed in the middle has left is removed by the next one that replaces the same file.
 int ReplaceFile(const char* path, std::string_view content);
 
 }  // namespace kxebase

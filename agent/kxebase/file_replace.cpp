@@ -1,30 +1,22 @@
 #include <fcntl.h>
 #include <limits.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "file_io.h"
+#include "unfinished_file.h"
 
 namespace kxebase {
 namespace {
 
 constexpr mode_t kNewFileMode = 0644;
 constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
-constexpr int kMostLinks = 40;      // as many as the kernel follows
-constexpr int kMostAttempts = 100;  // at a name that is not taken
-
-// Up to the last slash and with it; empty for a plain name.
-std::string DirectoryOf(const std::string& path) {
-    return path.substr(0, path.rfind('/') + 1);
-}
+constexpr int kMostLinks = 40;  // as many as the kernel follows
 
 // Replaces `path` by what it leads to as long as it is a symbolic link, also where nothing is
 // there.
@@ -42,21 +34,6 @@ int FollowLinks(std::string& path) {
         path = (text.starts_with('/') ? "" : DirectoryOf(path)).append(text);
     }
     return ELOOP;
-}
-
-// What a file that is not there yet will be called: hidden, told apart by chance, and short enough
-// for any file name that is allowed.
-int DrawName(const std::string& target, std::string& name) {
-    constexpr std::size_t kMostOfName = 200;
-    std::uint64_t random = 0;
-    if (getrandom(&random, sizeof random, 0) != static_cast<ssize_t>(sizeof random)) {
-        return errno;
-    }
-    const std::string directory = DirectoryOf(target);
-    char digits[17];
-    (void)std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(random));
-    name = directory + "." + target.substr(directory.size(), kMostOfName) + "." + digits;
-    return 0;
 }
 
 // A new file beside `target` that goes away with its owner unless it took the target's place.
@@ -84,22 +61,12 @@ class Replacement {
 };
 
 int Replacement::Create(mode_t mode) {
-    std::string name;
-    for (int i = 0; i < kMostAttempts; ++i) {
-        if (const int error = DrawName(target_, name); error != 0) {
-            return error;
-        }
-        Descriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        if (file.IsOpen()) {
-            path_ = name;
-            file_ = std::move(file);
-            return 0;
-        }
-        if (errno != EEXIST) {
-            return errno;
-        }
+    std::string path;
+    const int error = CreateUnfinishedFile(target_, mode, path, file_);
+    if (error == 0) {
+        path_ = std::move(path);
     }
-    return EEXIST;
+    return error;
 }
 
 int Replacement::TakeRightsOf(const struct stat& old) {
@@ -123,8 +90,9 @@ int Replacement::Write(std::string_view content) {
             content.remove_prefix(static_cast<std::size_t>(length));
         }
     }
-    // Before the rename, or a crash could leave the new name with nothing behind it.
-    return fsync(file_.Get()) == 0 ? file_.Close() : errno;
+    // Before the rename, or a crash could leave the new name with nothing behind it. The file stays
+    // open, and thereby locked, until it has its new name; nothing is left that closing could lose.
+    return fsync(file_.Get()) == 0 ? 0 : errno;
 }
 
 int Replacement::MoveInPlace() {
@@ -158,6 +126,7 @@ int ReplaceFile(const char* path, std::string_view content) {
     if (exists && !S_ISREG(old.st_mode)) {
         return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
     }
+    RemoveLeftUnfinishedFiles(target);
     Replacement replacement(target);
     int error = replacement.Create(exists ? S_IRUSR | S_IWUSR : kNewFileMode);
     if (error == 0 && exists) {
