@@ -18,6 +18,21 @@ namespace {
 constexpr int kMostAtOnce = 64;  // then the connections that are there get their turn
 constexpr uint64_t kPauseMs = 100;
 
+constexpr int kTakeAttempts = 21;
+constexpr useconds_t kTakePause = 2500;  // microseconds
+
+// A process that was killed while it started a child may leave the lock to that child for the
+// moment until it runs its program, and then whoever is started in its place must not be refused.
+NameLock TakeName(int directory, const std::string& name, int* error) {
+    for (int attempt = 1;; ++attempt) {
+        NameLock lock = NameLock::Take(directory, name, error);
+        if (*error != EADDRINUSE || attempt == kTakeAttempts) {
+            return lock;
+        }
+        (void)usleep(kTakePause);
+    }
+}
+
 }  // namespace
 
 Listener::Pointer Listener::Make(uv_loop_t* loop, const std::string& name, const AccessRule& rule,
@@ -26,7 +41,7 @@ Listener::Pointer Listener::Make(uv_loop_t* loop, const std::string& name, const
     if (*error != 0) {
         return nullptr;
     }
-    NameLock lock = NameLock::Take(directory.descriptor(), name, error);
+    NameLock lock = TakeName(directory.descriptor(), name, error);
     if (*error != 0) {
         return nullptr;
     }

@@ -61,7 +61,8 @@ typedef void (*nox_ipc_request_cb)(nox_ipc_st* ipc, const nox_addr_st* from, uns
 
 /* Joins the bus under `name`, 1 to 64 letters, digits and "_", "-" or ".", without a leading or a
  * double dot. Makes the directory with its parents. What a crashed instance of that name left
- * behind is taken over; a living one, of any process, is not.
+ * behind is taken over; a living one, of any process, is not: after 50 ms, in which what a crashed
+ * process was just starting has let go of the name, the caller is refused.
  *
  * flags: kept and not interpreted.
  * Returns the instance, which the caller releases with nox_ipc_destroy, or null; the reason is
