@@ -33,6 +33,13 @@ class Agent {
     // With time that the test moves: an upload at once, then one for each StepToNextCycle, of which
     // the next must not come before that upload.
     Program& StartSteppedHost() { return StartHost({}, SteppedTime()); }
+    static Program::Options QuickTime() {
+        const char* const options = std::getenv("ASAN_OPTIONS");
+        const std::string asan = options == nullptr ? "" : std::string(options) + ":";
+        return {
+            {{"LD_PRELOAD", KX_QUICK_TIME}, {"ASAN_OPTIONS", asan + "verify_asan_link_order=0"}},
+            ""};
+    }
     Program::Options SteppedTime() const {
         Program::Options options = QuickTime();
         options.environment["KX_TIME_STEPS"] = m_installation.path("step");
@@ -76,14 +83,6 @@ class Agent {
     }
 
   private:
-    static Program::Options QuickTime() {
-        const char* const options = std::getenv("ASAN_OPTIONS");
-        const std::string asan = options == nullptr ? "" : std::string(options) + ":";
-        return {
-            {{"LD_PRELOAD", KX_QUICK_TIME}, {"ASAN_OPTIONS", asan + "verify_asan_link_order=0"}},
-            ""};
-    }
-
     // One that a killed program left behind could be taken for the next one's.
     void RemoveSocket(const std::string& name) const {
         std::filesystem::remove(m_installation.path("var/run/ipc/" + name + ".sock"));

@@ -1,6 +1,9 @@
 // Uploads to the manager, numbered, from a made-up machine:
 //
-//   upload_sender MACHINE FIRST COUNT    MACHINE 1 to 9; COUNT 0: until the manager goes away
+//   upload_sender MACHINE FIRST COUNT [NAME]
+//
+// MACHINE is 1 to 9. COUNT 0 means until the manager goes away. NAME is the sender's on the bus;
+// without one it has the module's.
 //
 // Prints "NUMBER STATUS DUPLICATE" for each answer, and "lost" when the manager went away. Some
 // uploads are always on their way, so that the manager is never idle. The number is the upload's
@@ -36,8 +39,12 @@ std::string UploadNumber(std::uint32_t number, const std::string& machine) {
 
 class Sender {
   public:
-    Sender(std::string machine, std::uint32_t first, std::uint32_t count)
-        : m_machine(std::move(machine)), m_next(first), m_left(count), m_endless(count == 0) {}
+    Sender(const std::string& name, std::string machine, std::uint32_t first, std::uint32_t count)
+        : m_machine(std::move(machine)),
+          m_next(first),
+          m_left(count),
+          m_endless(count == 0),
+          m_bus(kxapp::JoinBus(name)) {}
 
     // False when there is no bus to send on.
     bool run() {
@@ -97,18 +104,19 @@ class Sender {
     bool m_endless;
     bool m_lost = false;
     std::deque<Question> m_waiting;
-    kxapp::Bus m_bus = kxapp::JoinBus("agt_ei");
+    kxapp::Bus m_bus;
     kxapp::Address m_manager = kxapp::AddressOf("mgr_ei");
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        kxapp::Complain("MACHINE FIRST COUNT");
+    if (argc != 4 && argc != 5) {
+        kxapp::Complain("MACHINE FIRST COUNT [NAME]");
         return EXIT_FAILURE;
     }
-    Sender sender(argv[1], static_cast<std::uint32_t>(std::atoll(argv[2])),
+    Sender sender(argc == 5 ? argv[4] : "agt_ei", argv[1],
+                  static_cast<std::uint32_t>(std::atoll(argv[2])),
                   static_cast<std::uint32_t>(std::atoll(argv[3])));
     return sender.run() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
