@@ -8,9 +8,9 @@
 LC_ALL=C
 readonly longest_line=120
 
-# Of a file of the system no more is read than this many pieces of lines.
-readonly most_pieces=256
-readonly longest_piece=1024
+# Of a file of the system no more is read than this many bytes, and nothing behind a zero byte: the
+# shell would read on through any number of them.
+readonly most_read=16384
 
 # Takes the blanks, the quotes and the escapes off a value of an os-release file:
 # unquote VALUE RESULT_NAME
@@ -32,14 +32,12 @@ unquote() {
 }
 
 # Reads NAME, VERSION, VERSION_ID and PRETTY_NAME of an os-release file. The file is data: it is
-# parsed, never run. Of a line that is too long the first piece alone counts.
+# parsed, never run.
 read_os_release() {
-    local line pieces=0 is_rest=0 was_rest
-    while ((pieces++ < most_pieces)) &&
-        { IFS= read -r -n "$longest_piece" line || [[ -n $line ]]; }; do
-        was_rest=$is_rest
-        is_rest=$((${#line} == longest_piece))
-        ((was_rest)) && continue
+    local text line IFS=$'\n'
+    IFS='' read -r -d '' -n "$most_read" text <"$1"
+    set -f
+    for line in $text; do
         line=${line%$'\r'}
         case $line in
             NAME=*) unquote "${line#*=}" name ;;
@@ -47,7 +45,8 @@ read_os_release() {
             VERSION_ID=*) unquote "${line#*=}" version_id ;;
             PRETTY_NAME=*) unquote "${line#*=}" pretty_name ;;
         esac
-    done <"$1"
+    done
+    set +f
 }
 
 # Prints a text as one line that is not too long, cut before a character of several bytes rather
