@@ -1,5 +1,7 @@
 #include "trace/installedlibrary.h"
 
+#include <sys/stat.h>
+
 #include "common/path.h"
 
 namespace {
@@ -17,6 +19,12 @@ constexpr int kLoadFlags = RTLD_NOW;
 constexpr int kLoadFlags = RTLD_NOW | RTLD_DEEPBIND;
 #endif
 
+// Of a pipe the loader would wait for whoever writes to it.
+bool IsSomethingElse(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 }  // namespace
 
 void* OpenInstalledLibrary(const char* at_path) {
@@ -25,5 +33,5 @@ void* OpenInstalledLibrary(const char* at_path) {
     if (path[0] == '\0') {
         return nullptr;  // dlopen takes an empty name for the program itself
     }
-    return dlopen(path, kLoadFlags);
+    return IsSomethingElse(path) ? nullptr : dlopen(path, kLoadFlags);
 }

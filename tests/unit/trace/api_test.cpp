@@ -161,6 +161,16 @@ TEST_F(ApiTest, AFileThatIsNoLibraryIsAsIfItWereMissing) {
     EXPECT_THAT(LoggedLines(), IsEmpty());
 }
 
+TEST_F(ApiTest, APipeInPlaceOfALibraryIsNotWaitedFor) {
+    fs::create_directory(kxtest::InstallationRoot() / "lib");
+    for (const char* const library : {"lib/libkxe_bpsdk.so", "lib/libnoxipc.so"}) {
+        ASSERT_EQ(mkfifo((kxtest::InstallationRoot() / library).c_str(), 0600), 0);
+    }
+    const kxtest::Api api = NewApi();
+    EXPECT_EQ(api->sdk_handle, nullptr);
+    EXPECT_EQ(api->ipc_handle, nullptr);
+}
+
 TEST_F(ApiTest, TheIdIsTheInstalledLibrarysInDecimal) {
     kxtest::Agent().nox_get_hostid = [] { return 99U; };  // the one that the module is linked with
     InstallNoxipc("noxipc_4294967295");
