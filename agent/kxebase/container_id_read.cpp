@@ -1,9 +1,12 @@
-#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "container_id.h"
+#include "file_io.h"
 #include "kxe_base.h"
 
 namespace {
@@ -11,22 +14,21 @@ namespace {
 // A mount table longer than this is read so far; the runtime's own mounts stand at its beginning.
 constexpr std::size_t kMostRead = std::size_t{1} << 20;
 
-struct CloseFile {
-    void operator()(FILE* file) const { (void)std::fclose(file); }
-};
-
-// The text of /proc/PID/`name`, empty when it cannot be read.
+// The text of /proc/PID/`name`, empty when it cannot be read. A pipe in the file's place is not
+// waited for.
 std::string ReadProcess(pid_t pid, const char* name) {
     const std::string path = "/proc/" + std::to_string(pid) + "/" + name;
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "re"));
+    const kxebase::Descriptor file(
+        open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     std::string text;
     char chunk[4096];
-    while (file != nullptr && text.size() < kMostRead) {
-        const std::size_t length = std::fread(chunk, 1, sizeof chunk, file.get());
-        if (length == 0) {
+    while (file.IsOpen() && text.size() < kMostRead) {
+        const ssize_t length = read(file.Get(), chunk, sizeof chunk);
+        if (length > 0) {
+            text.append(chunk, static_cast<std::size_t>(length));
+        } else if (length == 0 || errno != EINTR) {
             break;
         }
-        text.append(chunk, length);
     }
     return text;
 }

@@ -38,10 +38,10 @@ struct Text {
     std::string_view view() const { return {bytes.data(), size}; }
 };
 
-// Empty when it cannot be read.
+// Empty when it cannot be read. A pipe in the file's place is not waited for.
 Text Read(const char* path) {
     Text text;
-    const Descriptor file(open(path, O_RDONLY | O_CLOEXEC));
+    const Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     const ssize_t size = file.valid() ? read(file.get(), text.bytes.data(), text.bytes.size()) : 0;
     text.size = size > 0 ? static_cast<std::size_t>(size) : 0;
     return text;

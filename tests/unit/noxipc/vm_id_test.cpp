@@ -2,11 +2,16 @@
 #include "vm_id.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
 #include <string>
 
+#include "child_process.h"
+#include "installation.h"
 #include "nox_id.h"
 
 namespace {
@@ -52,6 +57,26 @@ std::string Content(const char* path) {
 TEST(VmId, OfThisMachineIsMadeFromItsFiles) {
     EXPECT_EQ(VmId(Content("/sys/class/dmi/id/product_uuid"), Content("/etc/machine-id")),
               nox_get_vmidid());
+}
+
+// In a child process with mounts of its own.
+TEST(VmId, IsNotWaitedForWhenItsFileIsAPipe) {
+    constexpr int kNotPermitted = 2;
+    const std::string pipe = kxtest::InstallationRoot() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int status = kxtest::ExitOf(kxtest::InChild([&] {
+        if (unshare(CLONE_NEWNS) != 0 ||
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(pipe.c_str(), "/etc/machine-id", nullptr, MS_BIND, nullptr) != 0) {
+            return kNotPermitted;
+        }
+        alarm(60);
+        return nox_get_vmidid() == VmId(Content("/sys/class/dmi/id/product_uuid"), "") ? 0 : 1;
+    }));
+    if (status == kNotPermitted) {
+        GTEST_SKIP() << "not permitted to mount";
+    }
+    EXPECT_EQ(status, 0);
 }
 
 }  // namespace
