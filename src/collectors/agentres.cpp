@@ -14,10 +14,13 @@ namespace {
 
 constexpr char kLogTag[] = "agentres";
 
+// Kernels print about 60. What lies in the file's place may be endless.
+constexpr int kMostMemoryLines = 1024;
+
 MemoryFigures ReadMemoryFigures(std::FILE* file) {
     MemoryFigures figures;
     char line[kLineSize] = {};
-    while (std::fgets(line, sizeof line, file) != nullptr) {
+    for (int i = 0; i < kMostMemoryLines && std::fgets(line, sizeof line, file) != nullptr; ++i) {
         for (const MemoryField& field : kMemoryFields) {
             if (ParseMemoryLine(line, field, figures)) {
                 EP_LOG(kLogDebug, "%s = %llu", field.label, figures.*field.figure);

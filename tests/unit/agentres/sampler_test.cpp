@@ -186,6 +186,22 @@ TEST_F(Sampler, SwapCachedBeforeCachedLeavesZeroUntilThen) {
                             Debug("mem_usaged: 0"), Debug("mem_total: 0")));
 }
 
+TEST_F(Sampler, ReadsNoMoreThan1024LinesOfMeminfo) {
+    std::string lines;
+    for (int i = 0; i < 1023; ++i) {
+        lines += "x\n";
+    }
+    uint32_t used = 7;
+    uint32_t total = 7;
+    Proc().meminfo = {lines + "MemTotal: 1000 kB\nMemFree: 100 kB\n"};
+    get_mem_used(used, total);
+    EXPECT_EQ(total, 1000U);
+    EXPECT_EQ(used, 1000U);
+    Proc().meminfo = {lines + "x\nMemTotal: 1000 kB\n"};
+    get_mem_used(used, total);
+    EXPECT_EQ(total, 0U);
+}
+
 TEST_F(Sampler, KernelWithoutMemAvailableSubtractsFreeBuffersAndCache) {
     Proc().meminfo = {"MemTotal: 1000 kB\nMemFree: 100 kB\nBuffers: 50 kB\nCached: 60 kB\n"};
     uint32_t used = 7;
