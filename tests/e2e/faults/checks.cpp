@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "faults.h"
+#include "system_in.h"
 #include "text.h"
 
 namespace fs = std::filesystem;
@@ -25,27 +26,6 @@ std::string Address(int change) {
 
 std::string Mirror(int change) {
     return "[multi_ip]\ncounts=1\nip0=" + Address(change) + "\n";
-}
-
-// The members of a part of an upload that are sent again when they change; the manager's address
-// and the order for a new id wait for the next regular upload.
-std::string Written(const json_t* part) {
-    const Json copy(json_deep_copy(part));
-    (void)json_object_del(copy.get(), "mgr_addr");
-    (void)json_object_del(copy.get(), "recal_timestamp");
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        json_dumps(copy.get(), JSON_SORT_KEYS | JSON_INDENT(1)), std::free);
-    return text == nullptr ? "" : text.get();
-}
-
-// What an upload tells about the machine, without what tells about the upload.
-std::string SystemIn(const json_t* upload) {
-    const json_t* const system = Member(upload, "epinfo.sys_info");
-    std::string all;
-    for (const char* part : {"base_info", "nw_info.if_info", "agent_info"}) {
-        all += Written(Member(system, part));
-    }
-    return system == nullptr ? "" : all;
 }
 
 }  // namespace

@@ -1,0 +1,24 @@
+// What a process holds, seen from outside.
+#ifndef KXEPINFO_TESTS_E2E_HOSTILE_PROCESS_H
+#define KXEPINFO_TESTS_E2E_HOSTILE_PROCESS_H
+
+#include <sys/types.h>
+
+#include <cstddef>
+
+namespace kxtest {
+
+struct Held {
+    std::size_t descriptors = 0;
+    std::size_t threads = 0;
+    std::size_t resident_kib = 0;
+    std::size_t peak_kib = 0;  // since ForgetPeak, or since the start
+};
+
+Held HeldBy(pid_t process);
+
+void ForgetPeak(pid_t process);
+
+}  // namespace kxtest
+
+#endif  // KXEPINFO_TESTS_E2E_HOSTILE_PROCESS_H
