@@ -1,7 +1,11 @@
 #include "nox_frame.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "name.h"
 
@@ -16,6 +20,10 @@ enum Offset : std::size_t { kAtVersion = 4, kAtKind = 5, kAtType = 8, kAtId = 12
 // The first piece of payload memory. Most payloads need no other, and memory that nothing has been
 // written to costs next to nothing.
 constexpr std::size_t kFirstCapacity = std::size_t{1} << 20U;
+
+// A longer payload gets memory of the system's. The C library would learn from it to keep that much
+// for the next one, which may never come.
+constexpr std::size_t kMostFromHeap = std::size_t{2} << 20U;
 
 // A rest shorter than this comes faster together with what follows it.
 constexpr std::size_t kMinSpace = std::size_t{32} << 10U;
@@ -46,7 +54,46 @@ bool IdFits(const FrameHeader& header) {
     return has_id || header.id == 0;
 }
 
+using Bytes = std::unique_ptr<char, FreeBytes>;
+
+Bytes Mapped(void* memory, std::size_t size) {
+    return memory == MAP_FAILED ? Bytes() : Bytes(static_cast<char*>(memory), FreeBytes{size});
+}
+
+// Gives `bytes`, of which `have` are in use, room for `size`. False without memory; they are as
+// they were then.
+bool Resize(Bytes& bytes, std::size_t have, std::size_t size) {
+    Bytes grown;
+    const std::size_t mapped = bytes.get_deleter().mapped;
+    if (size <= kMostFromHeap) {
+        grown.reset(static_cast<char*>(std::realloc(bytes.get(), size)));
+    } else if (mapped > 0) {
+        grown = Mapped(mremap(bytes.get(), mapped, size, MREMAP_MAYMOVE), size);
+    } else {
+        grown = Mapped(
+            mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0), size);
+        if (grown != nullptr) {
+            std::copy_n(bytes.get(), have, grown.get());
+            bytes.reset();
+        }
+    }
+    if (grown == nullptr) {
+        return false;
+    }
+    (void)bytes.release();  // what it was has been freed, or has become the new one
+    bytes = std::move(grown);
+    return true;
+}
+
 }  // namespace
+
+void FreeBytes::operator()(char* bytes) const {
+    if (mapped > 0) {
+        (void)munmap(bytes, mapped);
+    } else {
+        std::free(bytes);
+    }
+}
 
 HeaderBytes Encode(const FrameHeader& header) {
     HeaderBytes bytes = {};
@@ -78,12 +125,9 @@ bool FrameDecoder::ParseHeader() {
 bool FrameDecoder::Grow() {
     const std::size_t wanted =
         std::min<std::size_t>(header_.length, std::max(kFirstCapacity, 2 * payload_have_));
-    auto* grown = static_cast<char*>(std::realloc(payload_.get(), wanted + 1));
-    if (grown == nullptr) {
+    if (!Resize(payload_, payload_have_, wanted + 1)) {
         return false;
     }
-    (void)payload_.release();  // realloc has freed it
-    payload_.reset(grown);
     capacity_ = wanted;
     return true;
 }

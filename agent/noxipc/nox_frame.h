@@ -21,7 +21,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <span>
 
@@ -45,7 +44,9 @@ using HeaderBytes = std::array<char, kHeaderSize>;
 HeaderBytes Encode(const FrameHeader& header);
 
 struct FreeBytes {
-    void operator()(char* bytes) const { std::free(bytes); }
+    std::size_t mapped = 0;  // the size of memory that is the system's and not the C library's
+
+    void operator()(char* bytes) const;
 };
 
 struct Frame {
@@ -55,7 +56,8 @@ struct Frame {
 };
 
 // Turns bytes into frames as they come, in pieces of any size. Does no I/O. It allocates no more
-// than twice the bytes it has got plus 1 MiB, whatever length a header declares.
+// than twice the bytes it has got plus 1 MiB, whatever length a header declares. The memory of a
+// long payload goes back to the system with it.
 class FrameDecoder {
   public:
     enum class Result {

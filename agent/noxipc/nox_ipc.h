@@ -20,11 +20,11 @@
  * and logged. The name that a peer gives itself is not proved by anything: every process that may
  * connect is trusted with it.
  *
- * Bounds: 16 MiB a payload; 32 MiB waiting to be written to one connection; 256 inbound connections
- * an instance; 1024 unanswered inbound requests a connection, of which the oldest is forgotten when
- * one more comes; 5 s from the first byte of a frame to its last, and from the start of a
- * connection to the end of its greeting. Who breaks a bound or sends anything malformed loses that
- * connection and nothing else.
+ * Bounds: 16 MiB a payload; 32 MiB waiting to be written to one connection, counted with what it
+ * costs to keep them; 256 inbound connections an instance; 1024 unanswered inbound requests a
+ * connection, of which the oldest is forgotten when one more comes; 5 s from the first byte of a
+ * frame to its last, and from the start of a connection to the end of its greeting. Who breaks a
+ * bound or sends anything malformed loses that connection and nothing else.
  *
  * Processes: an instance does not survive fork(); the child must neither use nor destroy it. */
 #ifndef NOX_IPC_H

@@ -1,5 +1,6 @@
 #include "stream.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -29,13 +30,32 @@ char* BytesOf(uv_write_t* write) {
     return reinterpret_cast<char*>(write + 1);
 }
 
+// What such a block costs besides the bytes. A peer that leaves many short answers unread would
+// otherwise make this process hold many times what is said to wait for it.
+constexpr std::size_t kBlockCost = sizeof(uv_write_t) + 16;
+
+// A connection for which more than this has waited leaves a heap behind that is worth a look.
+constexpr std::size_t kMuch = std::size_t{1} << 20U;
+
+}  // namespace
+
 // A failed write is not looked at: the peer is gone, and reading finds that out too, behind the
 // last frame that the peer has sent.
-void OnWritten(uv_write_t* request, int /*status*/) {
+void Stream::OnWritten(uv_write_t* request, int /*status*/) {
+    --static_cast<Stream*>(request->handle->data)->waiting_blocks_;
     std::free(request);
 }
 
-}  // namespace
+// The C library keeps freed memory for later, up to all that a flood has taken, since what is in
+// use lies in between.
+void Stream::OnClosed(uv_handle_t* handle) {
+    auto* const self = static_cast<Stream*>(handle->data);
+    const bool held_much = self->held_much_;
+    delete self;
+    if (held_much) {
+        (void)malloc_trim(0);
+    }
+}
 
 int Stream::Open(Descriptor socket) {
     pipe_.data = this;
@@ -72,7 +92,7 @@ void Stream::Drop() {
     }
     ended_ = true;
     ForgetDeadline();
-    uv_close(AsHandle(), [](uv_handle_t* handle) { delete static_cast<Stream*>(handle->data); });
+    uv_close(AsHandle(), OnClosed);
 }
 
 void Stream::End() {
@@ -176,7 +196,9 @@ int Stream::Send(const FrameHeader& header, const char* payload) {
     HeaderBytes bytes = Encode(header);
     const std::size_t total = bytes.size() + header.length;
     const std::size_t waiting = uv_stream_get_write_queue_size(AsStream());
-    if (waiting + total > kMaxWaiting) {
+    const std::size_t held = waiting + waiting_blocks_ * kBlockCost;
+    held_much_ = held_much_ || held > kMuch;
+    if (held + total > kMaxWaiting) {
         return ENOBUFS;
     }
     std::size_t sent = 0;
@@ -220,6 +242,7 @@ int Stream::SendLater(const char* header, std::size_t header_size, const char* p
     if (error != 0) {
         return -error;
     }
+    ++waiting_blocks_;
     (void)write.release();  // OnWritten frees it, also when the stream is closed before
     return 0;
 }

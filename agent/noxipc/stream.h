@@ -15,6 +15,7 @@
 
 namespace noxipc {
 
+// Bytes, and what it costs to keep them.
 inline constexpr std::size_t kMaxWaiting = std::size_t{32} << 20U;
 inline constexpr uint64_t kFrameTimeoutMs = 5000;
 
@@ -85,6 +86,8 @@ class Stream {
     void OnReadFailure(int error);
     int SendLater(const char* header, std::size_t header_size, const char* payload,
                   std::size_t payload_size);
+    static void OnWritten(uv_write_t* request, int status);
+    static void OnClosed(uv_handle_t* handle);
     static void OnAllocate(uv_handle_t* handle, std::size_t suggested, uv_buf_t* buffer);
     static void OnRead(uv_stream_t* handle, ssize_t size, const uv_buf_t* buffer);
 
@@ -92,6 +95,8 @@ class Stream {
     uv_pipe_t pipe_ = {};
     FrameDecoder decoder_;
     std::optional<Deadlines::Entry> deadline_;
+    std::size_t waiting_blocks_ = 0;  // parts of frames that the socket did not take yet
+    bool held_much_ = false;          // at any time
     bool ended_ = false;
 };
 

@@ -1,5 +1,6 @@
 // Frames to bytes and back.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdint>
 #include <cstring>
@@ -228,6 +229,28 @@ TEST(FrameDecoder, DoesNotTrustTheDeclaredLength) {
     std::span<const char> rest(bytes);
     ASSERT_EQ(Result::kNeedMore, decoder.Feed(&rest, &frame));
     EXPECT_EQ(1U << 20U, decoder.Space().size());
+}
+
+// What the C library has of the system for this process, in use or not. Sanitizers tell nothing.
+std::size_t HeapSize() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.arena + heap.hblkhd;
+}
+
+TEST(FrameDecoder, LeavesNothingOfALongPayloadToTheHeap) {
+    const std::string bytes =
+        Bytes({Kind::kMessage, 1, 0, 16U << 20U}, std::string(16U << 20U, 'x'));
+    const std::size_t before = HeapSize();
+    for (int i = 0; i < 3; ++i) {
+        FrameDecoder decoder;
+        Frame frame;
+        std::span<const char> rest(bytes);
+        ASSERT_EQ(Result::kFrame, decoder.Feed(&rest, &frame));
+        EXPECT_TRUE(std::memcmp(frame.payload.get(), bytes.data() + bytes.size() - (16U << 20U),
+                                16U << 20U) == 0);
+        EXPECT_EQ('\0', frame.payload.get()[16U << 20U]);
+    }
+    EXPECT_LE(HeapSize(), before + (4U << 20U));
 }
 
 }  // namespace
