@@ -34,6 +34,13 @@ char* BytesOf(uv_write_t* write) {
 // otherwise make this process hold many times what is said to wait for it.
 constexpr std::size_t kBlockCost = sizeof(uv_write_t) + 16;
 
+// For longer than this nothing else of the loop waits behind one read, however many bytes have
+// come.
+constexpr uint64_t kTurn = 20'000'000;  // nanoseconds
+
+// Bytes of short frames that are taken in at once where that has taken long the last time.
+constexpr std::size_t kBite = 1024;
+
 // A connection for which more than this has waited leaves a heap behind that is worth a look.
 constexpr std::size_t kMuch = std::size_t{1} << 20U;
 
@@ -92,6 +99,9 @@ void Stream::Drop() {
     }
     ended_ = true;
     ForgetDeadline();
+    if (next_turn_) {
+        environment_.deadlines->Remove(*next_turn_);
+    }
     uv_close(AsHandle(), OnClosed);
 }
 
@@ -125,11 +135,25 @@ void Stream::WatchUnfinishedFrame() {
     }
 }
 
+// libuv would read on while there is something to be read, many times over.
+void Stream::GiveWay(uint64_t start) {
+    took_long_ = uv_hrtime() - start >= kTurn;
+    if (!took_long_) {
+        return;
+    }
+    next_turn_ = environment_.deadlines->Add(0, [this] {
+        next_turn_.reset();
+        (void)uv_read_start(AsStream(), OnAllocate, OnRead);  // which it has done before
+    });
+    (void)uv_read_stop(AsStream());
+}
+
 void Stream::OnAllocate(uv_handle_t* handle, std::size_t /*suggested*/, uv_buf_t* buffer) {
     auto* self = static_cast<Stream*>(handle->data);
     std::span<char> space = self->decoder_.Space();
     if (space.empty()) {
         space = self->environment_.scratch;
+        space = self->took_long_ ? space.first(kBite) : space;
     }
     buffer->base = space.data();
     buffer->len = space.size();
@@ -142,6 +166,7 @@ void Stream::OnRead(uv_stream_t* handle, ssize_t size, const uv_buf_t* buffer) {
         return;
     }
     const auto length = static_cast<std::size_t>(size);
+    const uint64_t start = uv_hrtime();
     try {
         if (buffer->base == self->environment_.scratch.data()) {
             self->OnBytes({buffer->base, length});
@@ -151,6 +176,7 @@ void Stream::OnRead(uv_stream_t* handle, ssize_t size, const uv_buf_t* buffer) {
         }
         if (!self->ended_) {
             self->WatchUnfinishedFrame();
+            self->GiveWay(start);
         }
     } catch (const std::bad_alloc&) {
         self->OnReadFailure(ENOMEM);

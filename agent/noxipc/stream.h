@@ -83,6 +83,7 @@ class Stream {
     bool HandleResult(FrameDecoder::Result result, Frame* frame);
     void WatchUnfinishedFrame();
     void ForgetDeadline();
+    void GiveWay(uint64_t start);
     void OnReadFailure(int error);
     int SendLater(const char* header, std::size_t header_size, const char* payload,
                   std::size_t payload_size);
@@ -95,8 +96,10 @@ class Stream {
     uv_pipe_t pipe_ = {};
     FrameDecoder decoder_;
     std::optional<Deadlines::Entry> deadline_;
-    std::size_t waiting_blocks_ = 0;  // parts of frames that the socket did not take yet
-    bool held_much_ = false;          // at any time
+    std::optional<Deadlines::Entry> next_turn_;  // of reading, which has been stopped for it
+    std::size_t waiting_blocks_ = 0;             // parts of frames that the socket did not take yet
+    bool held_much_ = false;                     // at any time
+    bool took_long_ = false;                     // to handle what was read the last time
     bool ended_ = false;
 };
 

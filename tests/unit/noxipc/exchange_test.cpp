@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "raw_peer.h"
 #include "server.h"
 
 namespace {
@@ -354,6 +355,48 @@ TEST_F(ExchangeTest, ARefusedRequestThatIsMadeAgainAtOnceDoesNotHoldTheLoop) {
     ASSERT_NE(0, cl_event_loop_once());
     EXPECT_GE(stubborn.refused, 1);
     EXPECT_LE(stubborn.refused, 17);
+}
+
+// What a slow taker of requests has got, in order, by their senders' names.
+void TakeSlowly(nox_ipc_st* /*ipc*/, const nox_addr_st* from, unsigned /*id*/, unsigned /*type*/,
+                const char* /*data*/, unsigned /*len*/, void* user) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    static_cast<std::vector<std::string>*>(user)->emplace_back(nox_addr_name(from));
+}
+
+TEST_F(ExchangeTest, WhoSendsMuchDoesNotKeepOthersWaitingUntilItIsDone) {
+    const Instance server = Join("server");
+    std::vector<std::string> senders;
+    ASSERT_EQ(0, nox_ipc_on_request(server.get(), TakeSlowly, &senders));
+    RawPeer much("server");
+    RawPeer little("server");
+    much.Send(HelloBytes("much"));
+    little.Send(HelloBytes("little"));
+    RunWhatIsDue();
+    std::string requests;
+    for (unsigned id = 1; id <= 20; ++id) {
+        requests += FrameBytes(noxipc::Kind::kRequest, 1, id, std::string(5000, 'x'));
+    }
+    much.Send(requests);
+    little.Send(FrameBytes(noxipc::Kind::kRequest, 1, 1, "x"));
+    RunUntil([&] { return senders.size() == 21; });
+    EXPECT_NE("little", senders.back());
+}
+
+TEST_F(ExchangeTest, WhoLeavesWhileItsTurnIsStillToComeIsForgotten) {
+    Instance server = Join("server");
+    std::vector<std::string> senders;
+    ASSERT_EQ(0, nox_ipc_on_request(server.get(), TakeSlowly, &senders));
+    RawPeer peer("server");
+    std::string requests = HelloBytes("much");
+    for (unsigned id = 1; id <= 20; ++id) {
+        requests += FrameBytes(noxipc::Kind::kRequest, 1, id, std::string(5000, 'x'));
+    }
+    peer.Send(requests);
+    RunUntil([&] { return !senders.empty(); });
+    server.reset();
+    RunWhatIsDue();
+    EXPECT_LT(senders.size(), 20U);
 }
 
 }  // namespace
