@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "agent.h"
 #include "process.h"
@@ -21,8 +22,11 @@ class AgentUnderAttack : public AgentTest {
     void RestartHost();
     void RestartModule();
     void StopHost();
+    void StartHostAgain();
     // One more cycle.
     void Step();
+    // When another manager counts them.
+    void ForgetUploads() { m_uploads = 0; }
     // Until so many more uploads have come than the last time.
     void AwaitUploads(std::size_t count);
 
@@ -34,8 +38,10 @@ class AgentUnderAttack : public AgentTest {
     Program& centre() { return *m_centre; }
 
   private:
-    void StartHostInSteps();
     void CheckConversations();
+    std::vector<const Program*> Programs() { return {m_host, &manager(), m_centre}; }
+    std::vector<Held> Holdings();
+    void CheckHoldings();
 
     // The last that uploads told.
     struct Told {
@@ -51,8 +57,8 @@ class AgentUnderAttack : public AgentTest {
     std::size_t m_uploads = 0;  // looked at so far
     Told m_told;
     Told m_told_at_first;
-    Held m_held_at_first;
-    int m_changes = 0;  // of the configuration
+    std::vector<Held> m_held_at_first;  // by each of Programs
+    int m_changes = 0;                  // of the configuration
 };
 
 }  // namespace kxtest

@@ -1,6 +1,7 @@
 // The files of the installation that the module and the agent's libraries read or write, each with
 // something else in its place.
-#include <memory>
+#include <csignal>
+#include <deque>
 #include <ostream>
 #include <vector>
 
@@ -42,6 +43,7 @@ constexpr File kFiles[] = {
     {"lib/libkxe_bpsdk.so", When::kHost},
 };
 
+// A file of which 4 MiB are read while its text grows.
 constexpr std::size_t kMostGrowthKib = 16 * 1024;
 
 class InstalledFile : public AgentUnderAttack, public testing::WithParamInterface<File> {
@@ -81,7 +83,6 @@ TEST_P(InstalledFile, MayBeAnything) {
     Place place(installation().path(GetParam().path));
     for (const Shape shape : kAllShapes) {
         SCOPED_TRACE(NameOf(shape));
-        std::fprintf(stderr, "%ld %s\n", time(nullptr), NameOf(shape).data());
         place.Take(shape);
         Reread(GetParam().read);
         Step();
@@ -97,6 +98,88 @@ TEST_P(InstalledFile, MayBeAnything) {
     StopHost();
 }
 
+// A bus name that cannot be taken ends the worker, and the host waits for the next start.
+constexpr File kNameFiles[] = {
+    {"var/run/ipc/agt_ei.lock", When::kModule},
+    {"var/run/ipc/agt_ei.sock", When::kModule},
+};
+
+class FileOfABusName : public InstalledFile {};
+
+TEST_P(FileOfABusName, MayBeAnything) {
+    Place place(installation().path(GetParam().path));
+    for (const Shape shape : kAllShapes) {
+        SCOPED_TRACE(NameOf(shape));
+        if (shape == Shape::kChanging) {
+            continue;
+        }
+        place.Take(shape);
+        host().signal(SIGHUP);
+        EXPECT_FALSE(WaitUntil([&] { return !host().running(); }, std::chrono::milliseconds(200)));
+        StopHost();
+        place.Restore();
+        StartHostAgain();
+        CheckCalm();
+    }
+}
+
+class AllFiles : public AgentUnderAttack {
+  protected:
+    void SetUp() override {
+        RespectModes();
+        installation().set_log_level(3);
+        StartAgent();
+        for (const File& file : kFiles) {
+            const std::string_view path = file.path;
+            if (!path.ends_with(".log") && !path.ends_with("log.ini")) {
+                m_places.emplace_back(installation().path(path));
+            }
+        }
+    }
+
+    void Take(Shape shape) {
+        for (Place& place : m_places) {
+            place.Take(shape);
+        }
+    }
+    void Restore() {
+        for (Place& place : m_places) {
+            place.Restore();
+        }
+    }
+    std::size_t LogLines() const { return CountOf(installation().log(), "\n"); }
+
+  private:
+    std::deque<Place> m_places;
+};
+
+TEST_F(AllFiles, MayBeAnythingAtOnce) {
+    constexpr std::size_t kMostLines = 40;  // of a start and two cycles
+    for (const Shape shape : kAllShapes) {
+        SCOPED_TRACE(NameOf(shape));
+        const std::size_t lines = LogLines();
+        Take(shape);
+        ForgetPeak(host().pid());
+        const Held before = HeldBy(host().pid());
+        RestartModule();
+        Step();
+#ifndef KX_SANITIZED
+        EXPECT_LE(HeldBy(host().pid()).peak_kib, before.resident_kib + kMostGrowthKib);
+#endif
+        if (shape != Shape::kChanging) {
+            EXPECT_LE(LogLines() - lines, kMostLines);
+        }
+        StepToNextCycle();
+        RestartHost();  // in the middle of a cycle
+        Restore();
+        RestartHost();
+        CheckCalm();
+        if (HasFailure()) {
+            break;
+        }
+    }
+}
+
 std::string NameOfFile(const testing::TestParamInfo<File>& file) {
     std::string name = std::filesystem::path(file.param.path).filename();
     for (char& c : name) {
@@ -105,6 +188,7 @@ std::string NameOfFile(const testing::TestParamInfo<File>& file) {
     return name;
 }
 
+INSTANTIATE_TEST_SUITE_P(Each, FileOfABusName, testing::ValuesIn(kNameFiles), NameOfFile);
 INSTANTIATE_TEST_SUITE_P(Each, InstalledFile, testing::ValuesIn(kFiles), NameOfFile);
 
 }  // namespace

@@ -22,6 +22,11 @@ std::size_t EntryCount(const fs::path& directory) {
 
 }  // namespace
 
+std::ostream& operator<<(std::ostream& out, const Held& held) {
+    return out << held.descriptors << " descriptors, " << held.threads << " threads, "
+               << held.resident_kib << " KiB";
+}
+
 Held HeldBy(pid_t process) {
     Held held;
     held.descriptors = EntryCount(Place(process) / "fd");

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <ostream>
 
 namespace kxtest {
 
@@ -14,6 +15,8 @@ struct Held {
     std::size_t resident_kib = 0;
     std::size_t peak_kib = 0;  // since ForgetPeak, or since the start
 };
+
+std::ostream& operator<<(std::ostream& out, const Held& held);
 
 Held HeldBy(pid_t process);
 
