@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 
 #include "file_io.h"
 
@@ -36,7 +37,9 @@ int ReadOpened(const Descriptor& file, std::size_t most, std::string& content) {
     if (!S_ISREG(status.st_mode)) {
         return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
-    return ReadUpTo(file.Get(), most, content);
+    // Known before anything is read, as a rule: the C library would keep the memory.
+    return static_cast<std::uintmax_t>(status.st_size) > most ? EFBIG
+                                                              : ReadUpTo(file.Get(), most, content);
 }
 
 }  // namespace
