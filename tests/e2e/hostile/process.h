@@ -9,6 +9,13 @@
 
 namespace kxtest {
 
+// Memory that is allowed on top of what is expected: none, unless a sanitizer keeps some.
+#ifdef KX_SANITIZED
+inline constexpr std::size_t kSanitizersKib = std::size_t{1} << 30U;
+#else
+inline constexpr std::size_t kSanitizersKib = 0;
+#endif
+
 struct Held {
     std::size_t descriptors = 0;
     std::size_t threads = 0;
