@@ -47,9 +47,16 @@ if(KX_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 if(KX_COVERAGE)
-  add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+
+# kx_measure(): with KX_COVERAGE, counts what is executed of the code built in this folder and below.
+# It is not optimised, so that each line has its own count. Tests are not measured.
+function(kx_measure)
+  if(KX_COVERAGE)
+    add_compile_options(-O0 -U_FORTIFY_SOURCE --coverage -fprofile-update=atomic)
+  endif()
+endfunction()
 
 # kx_warnings(TARGET): the warning set of our own code; generated code does without.
 function(kx_warnings target)

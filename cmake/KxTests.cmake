@@ -1,6 +1,12 @@
 # Test targets.
 include(GoogleTest)
 
+# Seconds after which a test of functions is taken for hanging. Code that counts its lines is slow.
+set(KX_UNIT_TIMEOUT 120)
+if(KX_COVERAGE)
+  set(KX_UNIT_TIMEOUT 600)
+endif()
+
 # kx_compile_quickly(TARGET): the code of tests is compiled more often than run, and half of that time
 # goes into optimising it and describing it to a debugger. Lines remain for backtraces; what is tested
 # keeps its own options. Fortification needs an optimiser.
@@ -33,7 +39,7 @@ function(kx_unit_test name)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} kx_test_support)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 120 LABELS unit)
+                       PROPERTIES TIMEOUT ${KX_UNIT_TIMEOUT} LABELS unit)
 endfunction()
 
 # Where the end-to-end tests find the installed tree and make their own copies.

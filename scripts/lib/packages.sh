@@ -26,6 +26,9 @@ packages_fuzz=("${packages_test[@]}" clang libclang-rt-14-dev)
 # To watch memory (scripts/memcheck).
 packages_memcheck=("${packages_test[@]}" libc6-dbg valgrind)
 
+# To measure what the tests reach (scripts/coverage).
+packages_coverage=("${packages_test[@]}" gcovr)
+
 is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
