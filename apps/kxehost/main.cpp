@@ -2,9 +2,8 @@
 #include <pthread.h>
 #include <signal.h>
 
-#include <filesystem>
-
 #include "common/cli.h"
+#include "common/installation.h"
 #include "kxehost/module.h"
 #include "kxehost/permissions.h"
 #include "kxehost/service_manager.h"
@@ -65,12 +64,6 @@ int Serve(kxehost::Module& module, const kxehost::ServiceManager& service_manage
     }
 }
 
-// The parent of the directory that this program is in.
-std::filesystem::path InstallationRoot() {
-    std::error_code unknown;
-    return std::filesystem::read_symlink("/proc/self/exe", unknown).parent_path().parent_path();
-}
-
 std::optional<int> ReadOptions(int argc, char** argv, std::string& path) {
     CLI::App app{kDescription, "kxehost"};
     app.footer(kFooter);
@@ -87,7 +80,7 @@ int Main(int argc, char** argv) {
     }
     const sigset_t awaited = PrepareSignals();
     const kxehost::ServiceManager service_manager;
-    kxehost::ComplainOfPermissions(InstallationRoot());
+    kxehost::ComplainOfPermissions(kxapp::InstallationRoot());
     kxehost::Module module;
     if (!module.load(path) || !module.start()) {
         return kxapp::kExitFailure;

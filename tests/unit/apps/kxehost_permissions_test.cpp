@@ -8,13 +8,14 @@
 #include <cerrno>
 #include <string>
 
+#include "common/permissions.h"
 #include "installation.h"
 
 namespace fs = std::filesystem;
 
-using kxehost::Stranger;
-using kxehost::WhoElseWrites;
-using kxehost::WhoElseWritesToBus;
+using kxapp::Stranger;
+using kxapp::WhoElseWrites;
+using kxapp::WhoElseWritesToBus;
 using testing::HasSubstr;
 
 namespace {
@@ -163,13 +164,13 @@ TEST_F(Permissions, OfWhatIsMissingAreNotWorthALine) {
 }
 
 TEST_F(Permissions, OfVeryManyFilesAreNotToldForEach) {
-    for (int i = 0; i < kxehost::kMostComplaints + 5; ++i) {
+    for (std::size_t i = 0; i < kxehost::kMostComplaints + 5; ++i) {
         const std::string file = "config/" + std::to_string(i);
         kxtest::WriteFile(file, "");
         SetMode(file, 0666);
     }
     const std::string complaints = Complaints();
-    EXPECT_EQ(LineCount(complaints), kxehost::kMostComplaints + 1U) << complaints;
+    EXPECT_EQ(LineCount(complaints), kxehost::kMostComplaints + 1) << complaints;
     EXPECT_THAT(complaints, testing::EndsWith("more files can be changed by others: see "
                                               "SECURITY.md\n"));
 }
