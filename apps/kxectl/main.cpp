@@ -1,12 +1,15 @@
-// kxectl: questions and messages to the agent, and decoding of messages, for people and scripts.
+// kxectl: questions and messages to the agent, decoding of messages, and a look at the
+// installation, for people and scripts.
 #include <cerrno>
 #include <limits>
 
 #include "common/cli.h"
 #include "common/complain.h"
+#include "common/installation.h"
 #include "common/keyvalue.h"
 #include "kxectl/agent.h"
 #include "kxectl/decode_command.h"
+#include "kxectl/doctor.h"
 #include "kxectl/input.h"
 #include "kxectl/online.h"
 
@@ -21,8 +24,8 @@ constexpr unsigned kNotificationType = 1002;
 
 constexpr char kExitStatus[] =
     "Exit status:\n"
-    "  0  online; delivered to the agent; decoded\n"
-    "  1  offline; not decodable\n"
+    "  0  online; delivered to the agent; decoded; nothing found\n"
+    "  1  offline; not decodable; something found\n"
     "  2  no agent is there\n"
     "  3  the agent gave no answer in time or an unreadable one, or something else went wrong\n"
     "  64 wrong arguments\n";
@@ -32,6 +35,7 @@ struct Options {
     std::uint32_t status = 0;
     std::string file = "-";
     std::string type;  // empty: told from the bytes
+    bool json = false;
 };
 
 kxectl::MessageType TypeNamed(const std::string& name) {
@@ -133,6 +137,16 @@ int Decode(const Options& options) {
     return kxapp::WriteOut(*json) ? kxapp::kExitSuccess : kExitTrouble;
 }
 
+int Doctor(const Options& options) {
+    const kxectl::Findings findings = kxectl::Examine(kxapp::InstallationRoot(), options.timeout_s);
+    const std::string text =
+        options.json ? kxectl::FindingsAsJson(findings) : kxectl::FindingsForPeople(findings);
+    if (!kxapp::WriteOut(text)) {
+        return kExitTrouble;
+    }
+    return findings.empty() ? kxapp::kExitSuccess : kxapp::kExitFailure;
+}
+
 struct Command {
     CLI::App* parser;
     int (*run)(const Options& options);
@@ -158,7 +172,14 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
                      "instead of telling by its fields")
         ->type_name("TYPE")
         ->check(KnownType());
-    return {{online, Online}, {heartbeat, Heartbeat}, {notify, Notify}, {decode, Decode}};
+    CLI::App* doctor = app.add_subcommand(
+        "doctor", "Look this installation over, and say what is wrong and what to do");
+    doctor->add_flag("--json", options.json, "Print JSON");
+    return {{online, Online},
+            {heartbeat, Heartbeat},
+            {notify, Notify},
+            {decode, Decode},
+            {doctor, Doctor}};
 }
 
 int Main(int argc, char** argv) {
