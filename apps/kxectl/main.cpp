@@ -12,6 +12,7 @@
 #include "kxectl/doctor.h"
 #include "kxectl/input.h"
 #include "kxectl/online.h"
+#include "kxectl/status.h"
 
 namespace {
 
@@ -147,6 +148,32 @@ int Doctor(const Options& options) {
     return findings.empty() ? kxapp::kExitSuccess : kxapp::kExitFailure;
 }
 
+// How the agent that is there answers; nothing is said of one that is not.
+int AskForStatus(const Options& options, kxectl::Status& status) {
+    const int failure = status.module.failure;
+    if (failure != 0) {
+        return failure == ENOENT || failure == ECONNREFUSED ? kExitNoAgent : kExitTrouble;
+    }
+    kxectl::Agent agent(options.timeout_s);
+    bool online = false;
+    if (!agent.join()) {
+        return kExitTrouble;
+    }
+    if (const auto trouble = AskOnline(agent, online)) {
+        return *trouble;
+    }
+    status.online = online;
+    return online ? kxapp::kExitSuccess : kExitOffline;
+}
+
+int ShowStatus(const Options& options) {
+    kxectl::Status status = kxectl::Look(kxapp::InstallationRoot(), KX_VERSION);
+    const int exit_status = AskForStatus(options, status);
+    const std::string text =
+        options.json ? kxectl::StatusAsJson(status) : kxectl::StatusForPeople(status);
+    return kxapp::WriteOut(text) ? exit_status : kExitTrouble;
+}
+
 struct Command {
     CLI::App* parser;
     int (*run)(const Options& options);
@@ -175,11 +202,11 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
     CLI::App* doctor = app.add_subcommand(
         "doctor", "Look this installation over, and say what is wrong and what to do");
     doctor->add_flag("--json", options.json, "Print JSON");
-    return {{online, Online},
-            {heartbeat, Heartbeat},
-            {notify, Notify},
-            {decode, Decode},
-            {doctor, Doctor}};
+    CLI::App* status = app.add_subcommand(
+        "status", "Print how the agent is, its versions and the settings in effect");
+    status->add_flag("--json", options.json, "Print JSON");
+    return {{online, Online}, {heartbeat, Heartbeat}, {notify, Notify},
+            {decode, Decode}, {doctor, Doctor},       {status, ShowStatus}};
 }
 
 int Main(int argc, char** argv) {

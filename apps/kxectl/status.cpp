@@ -1,0 +1,58 @@
+#include "kxectl/status.h"
+
+#include <jansson.h>
+
+#include <fstream>
+
+#include "common/json.h"
+#include "common/number.h"
+#include "kxectl/process.h"
+
+namespace kxectl {
+
+namespace {
+
+std::string FirstLine(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    std::string line;
+    (void)std::getline(file, line);
+    return line;
+}
+
+std::vector<std::pair<std::string, std::string>> Versions(const std::filesystem::path& root,
+                                                          const std::string& own) {
+    std::vector<std::pair<std::string, std::string>> versions{{"kxectl", own}};
+    const std::filesystem::path path = root / "config/agent_cfg.json";
+    if (!std::filesystem::is_regular_file(path)) {
+        return versions;  // a pipe would be waited for
+    }
+    json_error_t error;
+    const kxapp::Json json(json_load_file(path.c_str(), 0, &error));
+    const json_t* const written = json_object_get(json.get(), "version");
+    for (const char* const name :
+         {"components", "plus", "virusdbs", "patchdbs", "ioadbs", "iocdbs"}) {
+        if (const char* const value = json_string_value(json_object_get(written, name))) {
+            versions.emplace_back(name, value);
+        }
+    }
+    return versions;
+}
+
+}  // namespace
+
+Status Look(const std::filesystem::path& root, const std::string& version) {
+    Status status;
+    status.module = FindListener(root, "agt_ei");
+    if (status.module.failure == 0 && status.module.pid != 0) {
+        status.program = ProgramOf(status.module.pid);
+        status.since = StartTime(status.module.pid);
+    }
+    const std::string id = FirstLine(root / "config/agent_id");
+    status.agent_id = kxapp::ReadNumber(id) ? id : "";
+    status.last_upload = ReadLastUpload(root);
+    status.versions = Versions(root, version);
+    status.settings = ReadSettings(root);
+    return status;
+}
+
+}  // namespace kxectl
