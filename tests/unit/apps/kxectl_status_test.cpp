@@ -26,7 +26,8 @@ constexpr char kRefused[] =
 constexpr char kNotReached[] =
     "2026-11-21 15:36:27.081+01:00 E 7/8 kxepinfo:107 send msg to mgr failed with error msg: "
     "Connection refused\n";
-constexpr char kOther[] = "2026-11-21 15:36:29.081+01:00 I 7/8 kxepinfo:71 agent info changed\n";
+constexpr char kOtherLine[] =
+    "2026-11-21 15:36:29.081+01:00 I 7/8 kxepinfo:71 agent info changed\n";
 
 Status Running() {
     Status status;
@@ -44,7 +45,7 @@ Status Running() {
 }  // namespace
 
 TEST(LastUpload, IsTheLastThatTheLogTells) {
-    const std::string log = std::string(kAccepted) + kOther;
+    const std::string log = std::string(kAccepted) + kOtherLine;
     const auto upload = FindLastUpload(log);
     ASSERT_TRUE(upload);
     EXPECT_EQ(upload->time, "2026-11-21 15:36:23.081+01:00");
@@ -64,7 +65,7 @@ TEST(LastUpload, MayHaveFailed) {
 
 TEST(LastUpload, IsNotToldByOtherLines) {
     for (const std::string& log :
-         {std::string(), std::string("\n\n"), std::string(kOther), std::string("no line"),
+         {std::string(), std::string("\n\n"), std::string(kOtherLine), std::string("no line"),
           std::string("a b c d e said: send msg <type: 2> to mgr success\n"),
           std::string("a b c d e send msg to cfg failed\n")}) {
         EXPECT_FALSE(FindLastUpload(log)) << log;
