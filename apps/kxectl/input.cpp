@@ -8,29 +8,11 @@
 #include <cstring>
 
 #include "common/complain.h"
+#include "common/descriptor.h"
 
 namespace kxectl {
 
 namespace {
-
-class Descriptor {
-  public:
-    explicit Descriptor(const std::string& path)
-        : m_number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)),
-          m_owned(path != "-") {}
-    ~Descriptor() {
-        if (m_owned && m_number >= 0) {
-            close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return m_number; }
-
-  private:
-    int m_number;
-    bool m_owned;
-};
 
 // Bytes read, 0 at the end, negative on failure.
 ssize_t ReadSome(int descriptor, char* buffer, std::size_t size) {
@@ -50,7 +32,8 @@ std::optional<std::string> Fail(const std::string& path, const char* why) {
 }  // namespace
 
 std::optional<std::string> ReadInput(const std::string& path) {
-    const Descriptor descriptor(path);
+    const kxapp::Descriptor descriptor(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                                   : open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (descriptor.number() < 0) {
         return Fail(path, std::strerror(errno));
     }

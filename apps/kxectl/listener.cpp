@@ -3,29 +3,14 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <cerrno>
+
+#include "common/descriptor.h"
 
 namespace kxectl {
 
 namespace {
-
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return m_number; }
-
-  private:
-    int m_number;
-};
 
 // The path leads through the directory's descriptor, since the installation's own may be longer
 // than an address can hold.
@@ -38,12 +23,13 @@ bool SetAddress(int directory, const std::string& file, sockaddr_un& address) {
 }  // namespace
 
 Listener FindListener(const std::filesystem::path& root, const std::string& name) {
-    const Descriptor directory(
+    const kxapp::Descriptor directory(
         open((root / "var/run/ipc").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (directory.number() < 0) {
         return {errno};
     }
-    const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const kxapp::Descriptor connection(
+        socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (connection.number() < 0) {
         return {errno};
     }

@@ -8,6 +8,7 @@
 #include "common/installation.h"
 #include "common/keyvalue.h"
 #include "kxectl/agent.h"
+#include "kxectl/bundle.h"
 #include "kxectl/decode_command.h"
 #include "kxectl/doctor.h"
 #include "kxectl/input.h"
@@ -25,7 +26,7 @@ constexpr unsigned kNotificationType = 1002;
 
 constexpr char kExitStatus[] =
     "Exit status:\n"
-    "  0  online; delivered to the agent; decoded; nothing found\n"
+    "  0  online; delivered to the agent; decoded; nothing found; made\n"
     "  1  offline; not decodable; something found\n"
     "  2  no agent is there\n"
     "  3  the agent gave no answer in time or an unreadable one, or something else went wrong\n"
@@ -37,6 +38,7 @@ struct Options {
     std::string file = "-";
     std::string type;  // empty: told from the bytes
     bool json = false;
+    std::string bundle;
 };
 
 kxectl::MessageType TypeNamed(const std::string& name) {
@@ -174,6 +176,17 @@ int ShowStatus(const Options& options) {
     return kxapp::WriteOut(text) ? exit_status : kExitTrouble;
 }
 
+int SupportBundle(const Options& options) {
+    const std::filesystem::path root = kxapp::InstallationRoot();
+    kxectl::Status status = kxectl::Look(root, KX_VERSION);
+    (void)AskForStatus(options, status);  // the bundle tells it, too
+    const kxectl::Findings findings = kxectl::Examine(root, options.timeout_s);
+    const std::string bundle =
+        kxectl::PackBundle(kxectl::CollectFiles(root), kxectl::StatusForPeople(status),
+                           kxectl::FindingsForPeople(findings), std::time(nullptr));
+    return kxectl::WriteNewFile(options.bundle, bundle) ? kxapp::kExitSuccess : kExitTrouble;
+}
+
 struct Command {
     CLI::App* parser;
     int (*run)(const Options& options);
@@ -205,8 +218,13 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
     CLI::App* status = app.add_subcommand(
         "status", "Print how the agent is, its versions and the settings in effect");
     status->add_flag("--json", options.json, "Print JSON");
-    return {{online, Online}, {heartbeat, Heartbeat}, {notify, Notify},
-            {decode, Decode}, {doctor, Doctor},       {status, ShowStatus}};
+    CLI::App* bundle = app.add_subcommand(
+        "support-bundle", "Put logs, configuration without secrets and state into one archive");
+    bundle->add_option("FILE", options.bundle, "The archive to make, a new file.tar.gz")
+        ->type_name("")
+        ->required();
+    return {{online, Online}, {heartbeat, Heartbeat}, {notify, Notify},       {decode, Decode},
+            {doctor, Doctor}, {status, ShowStatus},   {bundle, SupportBundle}};
 }
 
 int Main(int argc, char** argv) {

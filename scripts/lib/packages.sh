@@ -5,7 +5,7 @@
 packages_build=(
     build-essential cmake ninja-build pkg-config
     libcli11-dev libcpp-httplib-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev
-    libsqlite3-dev libuv1-dev protobuf-compiler
+    libsqlite3-dev libuv1-dev protobuf-compiler zlib1g-dev
 )
 
 # To build, run and check the tests as well.
