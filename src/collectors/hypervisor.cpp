@@ -40,8 +40,5 @@ bool IsKnownHypervisor(const HypervisorVendor& vendor) {
 }
 
 void IsInVirtualEnv(int& result) {
-    // A hypervisor answers in the processor's place, which takes longer than most of a cycle's
-    // system calls, and always answers the same.
-    static const bool is_known = IsKnownHypervisor(ReadHypervisorVendor());
-    result = is_known ? 1 : 0;
+    result = IsKnownHypervisor(ReadHypervisorVendor()) ? 1 : 0;
 }
