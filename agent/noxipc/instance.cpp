@@ -79,11 +79,12 @@ Outbound* nox_ipc_st::ConnectionTo(const std::string& peer, int* error) {
         return place->second;
     }
     // A connection whose peer is gone stays: it may hold responses that have not been read yet.
+    // They are older than those of the peer's successor, and are read before.
     Outbound* made = nullptr;
     try {
         made = Outbound::Connect({this, environment(), failures_.get()}, name_, peer, error);
         if (made != nullptr) {
-            outbound_.insert(made);
+            outbound_.push_back(made);
         }
     } catch (const std::bad_alloc&) {
         *error = ENOMEM;
@@ -96,8 +97,17 @@ Outbound* nox_ipc_st::ConnectionTo(const std::string& peer, int* error) {
         current_.erase(place);
     } else {
         place->second = made;
+        ReadFromOldest(peer);
     }
     return made;
+}
+
+void nox_ipc_st::ReadFromOldest(const std::string& peer) {
+    const auto oldest = std::find_if(outbound_.begin(), outbound_.end(),
+                                     [&](const Outbound* one) { return one->peer() == peer; });
+    if (oldest != outbound_.end()) {
+        (*oldest)->Read();
+    }
 }
 
 // Returns 0 or one of the statuses of a request. The peer may go away between the look at its
@@ -117,7 +127,11 @@ int nox_ipc_st::Send(const std::string& peer, const Outgoing& frame, Outbound** 
         if (error == 0 || error == ENOBUFS || error == ENOMEM) {
             return error;
         }
-        // Nothing more can be sent by it; what the peer has sent before is still read.
+        // Nothing more can be sent by it; what the peer has sent before is still read. A peer that
+        // is there all the same would keep its next connection from being read.
+        if (!(*connection)->IsHungUp()) {
+            (*connection)->End();
+        }
         current_.erase(peer);
     }
     return ECONNRESET;
@@ -208,11 +222,12 @@ bool nox_ipc_st::Admit(Inbound* connection) {
 }
 
 void nox_ipc_st::Forget(Outbound* connection) {
-    outbound_.erase(connection);
+    std::erase(outbound_, connection);
     const auto current = current_.find(connection->peer());
     if (current != current_.end() && current->second == connection) {
         current_.erase(current);
     }
+    ReadFromOldest(connection->peer());
 }
 
 void nox_ipc_st::Forget(Inbound* connection) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "access_rule.h"
 #include "address.h"
@@ -74,6 +75,7 @@ struct nox_ipc_st {
     noxipc::StreamEnvironment environment();
     uint32_t NewRequestId();
     noxipc::Outbound* ConnectionTo(const std::string& peer, int* error);
+    void ReadFromOldest(const std::string& peer);
     int Send(const std::string& peer, const noxipc::Outgoing& frame, noxipc::Outbound** connection);
     void Accept(noxipc::Descriptor socket);
     bool Admit(noxipc::Inbound* connection);
@@ -89,8 +91,9 @@ struct nox_ipc_st {
 
     // The connection for the next request to each peer, by the peer's name.
     std::map<std::string, noxipc::Outbound*> current_;
-    // Those too, and those whose peer is gone and whose last frames are still to be read.
-    std::set<noxipc::Outbound*> outbound_;
+    // Those too, and those whose peer is gone and whose last frames are still to be read, in the
+    // order in which they were made. Of those to one peer only the oldest is read.
+    std::vector<noxipc::Outbound*> outbound_;
     std::set<noxipc::Inbound*> inbound_;
     noxipc::InboundRequests inbound_requests_;
     uint32_t last_request_id_ = 0;

@@ -76,8 +76,13 @@ Outbound* Outbound::Connect(const OutboundContext& context, const std::string& n
 
 int Outbound::Greet(const std::string& name) {
     const FrameHeader hello = {Kind::kHello, 0, 0, static_cast<uint32_t>(name.size())};
-    const int error = Send(hello, name.data());
-    return error != 0 ? error : StartReading();
+    return Send(hello, name.data());
+}
+
+void Outbound::Read() {
+    if (!IsReading() && StartReading() != 0) {
+        End();
+    }
 }
 
 void Outbound::Await(Requests::node_type* request, uint64_t timeout_ms) {
@@ -98,8 +103,21 @@ Requests::node_type Outbound::Take(uint32_t id) {
 
 void Outbound::TimeOut(uint32_t id) {
     auto request = open_.extract(id);
+    if (IsHeldBack() && PutOff(&request)) {
+        return;
+    }
     request.mapped().deadline.reset();
     context_.failures->Add(std::move(request), ETIMEDOUT);
+}
+
+// The response may have come in time and not been looked at. False without memory.
+bool Outbound::PutOff(Requests::node_type* request) {
+    try {
+        Await(request, kLookAgainMs);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 void Outbound::OnFrame(Frame frame) {

@@ -19,11 +19,15 @@ struct OutboundContext {
 class Outbound final : public Stream {
   public:
     // Connects to the peer `peer`, checks who it is and greets it with `name`, the instance's own.
+    // It does not read yet.
     // Null on failure; *error is then one of the statuses of a request. Throws std::bad_alloc.
     static Outbound* Connect(const OutboundContext& context, const std::string& name,
                              const std::string& peer, int* error);
 
     const std::string& peer() const { return peer_; }
+
+    // Begins to read, once; ends the connection when that fails.
+    void Read();
 
     // Takes over a request that has been sent, to wait for its response. Throws std::bad_alloc
     // before anything is changed.
@@ -42,6 +46,7 @@ class Outbound final : public Stream {
     int Greet(const std::string& name);
     Requests::node_type Take(uint32_t id);
     void TimeOut(uint32_t id);
+    bool PutOff(Requests::node_type* request);
 
     OutboundContext context_;
     std::string peer_;

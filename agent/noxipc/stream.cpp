@@ -34,12 +34,13 @@ char* BytesOf(uv_write_t* write) {
 // otherwise make this process hold many times what is said to wait for it.
 constexpr std::size_t kBlockCost = sizeof(uv_write_t) + 16;
 
-// For longer than this nothing else of the loop waits behind one read, however many bytes have
-// come.
+// What a connection may take of a pass of the loop before others have their turn, however many
+// bytes have come. It is looked at after each read.
 constexpr uint64_t kTurn = 20'000'000;  // nanoseconds
 
-// Bytes of short frames that are taken in at once where that has taken long the last time.
-constexpr std::size_t kBite = 1024;
+// Bytes of short frames that are taken in at once, at least: a read that went past the end of the
+// turn is followed by smaller ones.
+constexpr std::size_t kLeastBite = 1024;
 
 // A connection for which more than this has waited leaves a heap behind that is worth a look.
 constexpr std::size_t kMuch = std::size_t{1} << 20U;
@@ -77,6 +78,7 @@ int Stream::Open(Descriptor socket) {
 }
 
 int Stream::StartReading() {
+    is_reading_ = true;
     // Without it everything works all the same, in smaller pieces.
     (void)setsockopt(socket(), SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
     return -uv_read_start(AsStream(), OnAllocate, OnRead);
@@ -101,6 +103,7 @@ void Stream::Drop() {
     ForgetDeadline();
     if (next_turn_) {
         environment_.deadlines->Remove(*next_turn_);
+        next_turn_.reset();
     }
     uv_close(AsHandle(), OnClosed);
 }
@@ -120,11 +123,27 @@ void Stream::ForgetDeadline() {
 }
 
 void Stream::ExpectFrame() {
-    deadline_ = environment_.deadlines->Add(kFrameTimeoutMs, [this] {
+    ExpectFrameWithin(kFrameTimeoutMs);
+}
+
+void Stream::ExpectFrameWithin(uint64_t time_ms) {
+    deadline_ = environment_.deadlines->Add(time_ms, [this] {
         deadline_.reset();
+        if (IsHeldBack()) {  // the frame's end may have come and not been looked at
+            LookAgain();
+            return;
+        }
         NOX_LOG(kLogError, "%s did not finish a frame in time, its connection ends", PeerName());
         End();
     });
+}
+
+void Stream::LookAgain() {
+    try {
+        ExpectFrameWithin(kLookAgainMs);
+    } catch (const std::bad_alloc&) {
+        End();
+    }
 }
 
 // The deadline of an unfinished frame stands from its first byte on; other frames in between cannot
@@ -135,10 +154,16 @@ void Stream::WatchUnfinishedFrame() {
     }
 }
 
-// libuv would read on while there is something to be read, many times over.
-void Stream::GiveWay(uint64_t start) {
-    took_long_ = uv_hrtime() - start >= kTurn;
-    if (!took_long_) {
+// libuv would read on while there is something to be read, many times over. It stops when a read
+// has not filled its buffer.
+void Stream::EndTurn(bool was_last) {
+    const bool is_over = uv_hrtime() - turn_began_ >= kTurn;
+    bite_ = is_over ? std::max(bite_ / 8, kLeastBite)
+                    : std::min(bite_ * 2, environment_.scratch.size());
+    if (is_over || was_last) {
+        turn_began_ = 0;
+    }
+    if (!is_over) {
         return;
     }
     next_turn_ = environment_.deadlines->Add(0, [this] {
@@ -152,8 +177,7 @@ void Stream::OnAllocate(uv_handle_t* handle, std::size_t /*suggested*/, uv_buf_t
     auto* self = static_cast<Stream*>(handle->data);
     std::span<char> space = self->decoder_.Space();
     if (space.empty()) {
-        space = self->environment_.scratch;
-        space = self->took_long_ ? space.first(kBite) : space;
+        space = self->environment_.scratch.first(self->bite_);
     }
     buffer->base = space.data();
     buffer->len = space.size();
@@ -165,8 +189,13 @@ void Stream::OnRead(uv_stream_t* handle, ssize_t size, const uv_buf_t* buffer) {
         self->OnReadFailure(static_cast<int>(-size));
         return;
     }
+    if (size == 0) {
+        self->turn_began_ = 0;
+        return;  // there was nothing
+    }
     const auto length = static_cast<std::size_t>(size);
-    const uint64_t start = uv_hrtime();
+    const bool was_last = length < buffer->len;
+    self->turn_began_ = self->turn_began_ != 0 ? self->turn_began_ : uv_hrtime();
     try {
         if (buffer->base == self->environment_.scratch.data()) {
             self->OnBytes({buffer->base, length});
@@ -176,7 +205,7 @@ void Stream::OnRead(uv_stream_t* handle, ssize_t size, const uv_buf_t* buffer) {
         }
         if (!self->ended_) {
             self->WatchUnfinishedFrame();
-            self->GiveWay(start);
+            self->EndTurn(was_last);
         }
     } catch (const std::bad_alloc&) {
         self->OnReadFailure(ENOMEM);
@@ -223,7 +252,7 @@ int Stream::Send(const FrameHeader& header, const char* payload) {
     const std::size_t total = bytes.size() + header.length;
     const std::size_t waiting = uv_stream_get_write_queue_size(AsStream());
     const std::size_t held = waiting + waiting_blocks_ * kBlockCost;
-    held_much_ = held_much_ || held > kMuch;
+    held_much_ = held_much_ || held + total > kMuch;
     if (held + total > kMaxWaiting) {
         return ENOBUFS;
     }

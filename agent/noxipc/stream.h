@@ -18,6 +18,7 @@ namespace noxipc {
 // Bytes, and what it costs to keep them.
 inline constexpr std::size_t kMaxWaiting = std::size_t{32} << 20U;
 inline constexpr uint64_t kFrameTimeoutMs = 5000;
+inline constexpr uint64_t kLookAgainMs = 1;  // at a time-out of a stream that is held back
 
 // What the connections of one instance share. Outlives them until they are dropped.
 struct StreamEnvironment {
@@ -47,6 +48,9 @@ class Stream {
 
     bool ended() const { return ended_; }
 
+    // Whether what has come is not read just now, so that nothing can be said of what has not.
+    bool IsHeldBack() const { return next_turn_ || !is_reading_; }
+
     // Whether the peer has closed its end. There may still be frames of its to be read.
     bool IsHungUp() const;
 
@@ -60,6 +64,7 @@ class Stream {
 
     // Starts to read, and gets ready to write much at once. Returns 0 or an errno value.
     int StartReading();
+    bool IsReading() const { return is_reading_; }
 
     // The connection ends unless a frame is complete in time.
     void ExpectFrame();
@@ -83,7 +88,9 @@ class Stream {
     bool HandleResult(FrameDecoder::Result result, Frame* frame);
     void WatchUnfinishedFrame();
     void ForgetDeadline();
-    void GiveWay(uint64_t start);
+    void ExpectFrameWithin(uint64_t time_ms);
+    void LookAgain();
+    void EndTurn(bool was_last);
     void OnReadFailure(int error);
     int SendLater(const char* header, std::size_t header_size, const char* payload,
                   std::size_t payload_size);
@@ -99,7 +106,10 @@ class Stream {
     std::optional<Deadlines::Entry> next_turn_;  // of reading, which has been stopped for it
     std::size_t waiting_blocks_ = 0;             // parts of frames that the socket did not take yet
     bool held_much_ = false;                     // at any time
-    bool took_long_ = false;                     // to handle what was read the last time
+    bool is_reading_ = false;                    // has begun to
+    uint64_t turn_began_ = 0;                    // of reading, uv_hrtime; 0 between two turns
+    // Bytes of short frames that are read at once.
+    std::size_t bite_ = environment_.scratch.size();
     bool ended_ = false;
 };
 

@@ -14,13 +14,13 @@ inline constexpr std::chrono::milliseconds kCommandLimit{60000};
 // command that the shell cannot find succeeds with an empty text.
 //
 // Returns -1 with an empty text when the pipe or the shell cannot be made, when reading fails, when
-// it has not ended after `limit`, and when the output has `size` bytes or more: what counts is the
-// output before its last character is dropped. -1 too for a null argument or a size of 0; then
-// nothing is written.
+// its output has not ended after `limit`, and when the output has `size` bytes or more: what counts
+// is the output before its last character is dropped. -1 too for a null argument or a size of 0;
+// then nothing is written.
 //
-// A command that prints and prints, or that hangs, is ended with all it started (shellcommand.h),
-// so this returns whatever the command does: within the limit, and about a second after a stop was
-// requested. Nothing of it is left to wait for.
+// A command that prints and prints, or that hangs, is ended with its process group
+// (shellcommand.h), so this returns whatever the command does: within the limit, and about a second
+// after a stop was requested. One that has closed its output before is a success all the same.
 int RunCommand(const char* command, char* out, std::size_t size,
                std::chrono::milliseconds limit = kCommandLimit);
 

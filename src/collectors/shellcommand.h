@@ -9,16 +9,16 @@
 
 // Starts `command` with /bin/sh, its standard output into a pipe. It has the environment, standard
 // input and standard error of this process, no signal blocked, whatever the caller blocks, and no
-// descriptor that is close-on-exec. It is a process group of its own, so that all it started can be
-// ended with it. One thread.
+// descriptor that is close-on-exec. It is a process group of its own, so that what it started can
+// be ended with it, less what has left the group. One thread.
 class ShellCommand {
   public:
     // `limit` is the time for all of it, from here to its end. Once a stop is requested, a second
     // of it is left at most.
     ShellCommand(const char* command, std::chrono::milliseconds limit);
 
-    // Closes its output and waits for its end, until its time is up; then it is killed with
-    // everything it started. A process that outlives even that, since the kernel holds it, is left
+    // Closes its output and waits for its end, until its time is up; then its process group
+    // is killed. A process that outlives even that, since the kernel holds it, is left
     // behind after a second.
     ~ShellCommand();
 

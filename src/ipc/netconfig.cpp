@@ -17,6 +17,7 @@ namespace {
 constexpr char kLogTag[] = "cfgparser";
 constexpr char kLockName[] = "Global\\{C9580F9C-A601-4300-879D-F54133492687}";
 constexpr unsigned kLockTimeout = 10000;  // ms
+constexpr unsigned kLockTimeoutInStop = 1;
 constexpr char kSection[] = "multi_ip";
 
 using Addresses = std::map<std::string, std::string>;
@@ -44,7 +45,7 @@ bool Lock(NetConfig& config) {
     }
     config.lock.reset(lock);
     // Several answers may wait in one pass of the event loop; a stop waits for one of them at most.
-    const unsigned timeout = IsStopRequested() ? 0 : kLockTimeout;
+    const unsigned timeout = IsStopRequested() ? kLockTimeoutInStop : kLockTimeout;
     const int acquire_error = kxe_glock_acquire_timeout(lock, timeout);
     if (acquire_error != 0) {
         EP_LOG(kLogCritical, "acquire glock fail, err: %d", acquire_error);

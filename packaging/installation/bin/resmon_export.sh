@@ -36,6 +36,8 @@ unquote() {
 read_os_release() {
     local text line IFS=$'\n'
     IFS='' read -r -d '' -n "$most_read" text <"$1"
+    # What was read to the limit ends somewhere in a line.
+    ((${#text} < most_read)) || text=${text%$'\n'*}
     set -f
     for line in $text; do
         line=${line%$'\r'}

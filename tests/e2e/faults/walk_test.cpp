@@ -24,7 +24,6 @@ const Subject kWhileRunning[] = {
       {"open", EMFILE},
       {"openat", EMFILE},
       {"fdopen", ENOMEM},
-      {"fopen", EMFILE},
       {"fcntl", EIO},
       {"flock", ENOLCK},
       {"access", EACCES}}},

@@ -1,6 +1,7 @@
 #include "attacker.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -89,16 +90,23 @@ bool Attacker::IsClosed() {
 
 Flood::Flood(const AgentInstallation& installation, std::string server, std::string bytes,
              Answers answers)
-    : m_thread([&installation, server = std::move(server), bytes = std::move(bytes),
+    : m_thread([this, &installation, server = std::move(server), bytes = std::move(bytes),
                 answers](const std::stop_token& stop) {
           while (!stop.stop_requested()) {
               Attacker attacker(installation, server);
               bool connected = attacker.Send(Greeting("flood"), stop);
               while (connected && !stop.stop_requested()) {
-                  connected = attacker.Send(bytes, stop) &&
-                              !(answers == Answers::kRead && attacker.IsClosed());
+                  connected = attacker.Send(bytes, stop);
+                  m_sent += connected;
+                  connected = connected && !(answers == Answers::kRead && attacker.IsClosed());
               }
           }
       }) {}
+
+Flood::~Flood() {
+    m_thread.request_stop();
+    m_thread.join();
+    EXPECT_GT(m_sent, 0U);
+}
 
 }  // namespace kxtest

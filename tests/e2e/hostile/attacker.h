@@ -2,6 +2,7 @@
 #ifndef KXEPINFO_TESTS_E2E_HOSTILE_ATTACKER_H
 #define KXEPINFO_TESTS_E2E_HOSTILE_ATTACKER_H
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -54,8 +55,13 @@ class Flood {
     enum class Answers { kRead, kLeftUnread };
     Flood(const AgentInstallation& installation, std::string server, std::string bytes,
           Answers answers);
+    // Ends it; a failure of the test when nothing got through.
+    ~Flood();
+    Flood(const Flood&) = delete;
+    Flood& operator=(const Flood&) = delete;
 
   private:
+    std::atomic<unsigned long> m_sent{0};
     std::jthread m_thread;
 };
 

@@ -101,6 +101,7 @@ TEST_F(Bus, GoesOnUnderConnectionsWithoutEnd) {
         }
         StepSome();
     }
+    EXPECT_TRUE(WaitUntil([&] { return !BusLog().empty(); }));
     EXPECT_THAT(BusLog(), testing::Each("flood sent a malformed frame, its connection ends"));
     CheckCalm();
 }

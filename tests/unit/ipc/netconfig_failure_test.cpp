@@ -195,7 +195,7 @@ TEST_F(NetConfigSteps, DoNotWaitForTheLockOnceAStopIsRequested) {
     const bool mirrored = Mirror();
     WriteExitFlag(&s_exitFlag, 0);
     EXPECT_TRUE(mirrored);
-    EXPECT_THAT(steps, Contains("acquire 0"));
+    EXPECT_THAT(steps, Contains("acquire 1"));
 }
 
 TEST_F(NetConfigSteps, GoOnWhenTheFileCannotBeMade) {
