@@ -29,8 +29,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
 endif()
 
+if(KX_FUZZ)
+  add_compile_options(-O1)
+elseif(KX_SANITIZE)
+  # Compiled for one run of the tests, most of which are over at once: optimising what the sanitizers
+  # add costs more than it saves. Lines remain for backtraces.
+  add_compile_options(-O0 -g1)
+endif()
 if(KX_SANITIZE)
-  add_compile_options(-fsanitize=${KX_SANITIZE} -fno-omit-frame-pointer -O1)
+  add_compile_options(-fsanitize=${KX_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KX_SANITIZE})
   if(KX_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)
