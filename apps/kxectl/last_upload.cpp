@@ -66,7 +66,7 @@ std::optional<LastUpload> FindLastUpload(std::string_view log) {
         }
         const std::size_t newline = log.rfind('\n');
         const std::size_t start = newline == std::string_view::npos ? 0 : newline + 1;
-        if (const auto found = ReadLine(log.substr(start))) {
+        if (auto found = ReadLine(log.substr(start))) {
             return found;
         }
         log = log.substr(0, start);

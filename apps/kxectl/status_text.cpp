@@ -117,7 +117,9 @@ std::string StatusForPeople(const Status& status) {
     text += Line("agent id", status.agent_id.empty() ? "not drawn yet" : status.agent_id);
     text += Line("last upload", LastUploadText(status));
     for (const auto& [name, version] : status.versions) {
-        text += Line("version", name + " " + version);
+        std::string part = name;
+        part.append(" ").append(version);
+        text += Line("version", part);
     }
     for (const Setting& setting : status.settings) {
         text += Line("setting", SettingText(setting));
