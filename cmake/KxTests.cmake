@@ -1,9 +1,10 @@
 # Test targets.
 include(GoogleTest)
 
-# Seconds after which a test of functions is taken for hanging. Code that counts its lines is slow.
+# Seconds after which a test of functions is taken for hanging. Code that counts its lines is slow, and
+# so is code that is looked after.
 set(KX_UNIT_TIMEOUT 120)
-if(KX_COVERAGE)
+if(KX_COVERAGE OR KX_SANITIZE)
   set(KX_UNIT_TIMEOUT 600)
 endif()
 
