@@ -39,9 +39,7 @@ constexpr File kFiles[] = {
     {"var/run/lock/Global%5C%7BC9580F9C-A601-4300-879D-F54133492687%7D.lock", When::kModule},
     {"var/trace/events.jsonl", When::kHost},
     {"bin/autotest_kxepinfo.proto", When::kCycle},
-#ifndef KX_SANITIZED  // now and then the run with AddressSanitizer does not end; not understood yet
     {"lib/libkxe_bpsdk.so", When::kHost},
-#endif
 };
 
 // A file of which 4 MiB are read while its text grows.

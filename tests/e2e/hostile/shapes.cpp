@@ -110,13 +110,17 @@ bool Place::Take(Shape shape) {
     return true;
 }
 
+// A library is executed from the file: one that is cut while it is mapped ends any process with
+// SIGBUS, whatever its code. It is only removed and replaced, as a package manager does it.
 void Place::KeepChanging(const std::stop_token& stop, const std::string& content) const {
     const std::string whole = content.empty() ? RandomBytes() : content;
     const fs::path other = m_path.string() + ".other";
     while (!stop.stop_requested()) {
         std::error_code ignored;
-        Write(m_path, whole + whole);
-        fs::resize_file(m_path, whole.size() / 2, ignored);
+        if (m_path.extension() != ".so") {
+            Write(m_path, whole + whole);
+            fs::resize_file(m_path, whole.size() / 2, ignored);
+        }
         Write(other, whole);
         fs::rename(other, m_path, ignored);
         fs::remove(m_path, ignored);

@@ -20,7 +20,7 @@ enum class Shape {
     kRandom,
     kEmpty,
     kUnreadable,
-    kChanging,  // written, cut, removed and replaced all the time
+    kChanging,  // written, cut, removed and replaced all the time; a library only the latter two
 };
 
 inline constexpr Shape kAllShapes[] = {
