@@ -37,6 +37,13 @@ TEST_F(AgentInfoChange, IsNoneWhenNothingDiffers) {
     EXPECT_THAT(kxtest::LoggedLines(), IsEmpty());
 }
 
+TEST_F(AgentInfoChange, IsNoneWhenTheManagersAddressAloneDiffers) {
+    current.ext_info.mgr_addr = "10.0.0.1";
+    EXPECT_FALSE(IsChanged());
+    EXPECT_THAT(Fake().calls, ElementsAre("IsNetInfoChanged", "IsExtChanged", "IsSysChanged"));
+    EXPECT_THAT(kxtest::LoggedLines(), IsEmpty());
+}
+
 TEST_F(AgentInfoChange, IsLookedForBetweenThePreviousAndTheCurrentRecord) {
     using Compared = FakeCollectors::Compared;
     EXPECT_FALSE(IsChanged());

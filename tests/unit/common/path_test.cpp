@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -21,6 +22,7 @@ using ::testing::ElementsAre;
 namespace {
 
 std::atomic<bool> hide_executable{false};
+std::atomic<const char*> executable{nullptr};  // where the link leads instead
 
 // While it is set, nothing exists and this answers mkdir: 0 or an errno, of the call counted from
 // 0.
@@ -33,17 +35,27 @@ std::string Expand(const char* in) {
     return out;
 }
 
+// The directory is kept for each thread: what a new one finds.
+std::string ExpandInNewThread(const char* in) {
+    std::string expanded;
+    std::thread([&] { expanded = Expand(in); }).join();
+    return expanded;
+}
+
 std::string Directory() {
     return (kxtest::InstallationRoot() / "bin").string();
 }
 
 }  // namespace
 
-// In front of the C library's, to make /proc/self/exe unreadable.
+// In front of the C library's, to make /proc/self/exe unreadable or lead elsewhere.
 extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) {
     if (hide_executable) {
         errno = EACCES;
         return -1;
+    }
+    if (const char* const other = executable) {
+        return static_cast<ssize_t>(std::string_view(other).copy(buffer, size));
     }
     static const auto next =
         reinterpret_cast<ssize_t (*)(const char*, char*, size_t)>(dlsym(RTLD_NEXT, "readlink"));
@@ -98,13 +110,33 @@ TEST(PathTransform, LongOutputIsCut) {
 
 TEST(PathTransform, WithoutTheLinkTheRootStandsForTheDirectory) {
     hide_executable = true;
-    std::string expanded;
-    std::thread([&] { expanded = Expand("@/x"); }).join();  // the directory is kept for each thread
+    EXPECT_EQ(ExpandInNewThread("@/x"), "//x");
     hide_executable = false;
-    EXPECT_EQ(expanded, "//x");
+}
+
+TEST(PathTransform, ALinkWithoutASlashStandsForTheRootToo) {
+    executable = "kxehost";
+    EXPECT_EQ(ExpandInNewThread("@/x"), "//x");
+    executable = nullptr;
+}
+
+TEST(PathTransform, LooksForTheDirectoryOnceInAThread) {
+    const std::string found = Expand("@");
+    hide_executable = true;
+    EXPECT_EQ(Expand("@"), found);
+    hide_executable = false;
+    EXPECT_EQ(found, Directory());
 }
 
 using Mkdir = kxtest::InstallationTest;
+
+TEST_F(Mkdir, MakesRelativePathsBelowTheWorkingDirectory) {
+    const fs::path before = fs::current_path();
+    fs::current_path(kxtest::InstallationRoot());
+    EXPECT_EQ(epdirutils_mkdir("r/s/t/", 0755), 0);
+    fs::current_path(before);
+    EXPECT_TRUE(fs::is_directory(kxtest::InstallationRoot() / "r/s/t"));
+}
 
 TEST_F(Mkdir, CreatesMissingParentsAndDropsATrailingSeparator) {
     const fs::path root = kxtest::InstallationRoot();

@@ -26,4 +26,6 @@ TEST(State, HoldsItsDefaultsAtLoad) {
     EXPECT_FALSE(s_ipv4RecordRead);
     EXPECT_EQ(g_preOnlineState, 1U);
     EXPECT_EQ(Attempt_Times, 0U);
+    EXPECT_EQ(s_checkAgentTimes, 0);
+    EXPECT_EQ(s_heartbeatMisses, 0U);
 }

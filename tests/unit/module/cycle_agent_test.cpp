@@ -66,7 +66,10 @@ TEST_F(AgentFacts, OfAnUnchangedHostAreInUploads1And17And33Of40) {
     Collectors().agent_changed = UnlessTheSameHost;
     for (int cycle = 1; cycle <= 40; ++cycle) {
         const bool with_agent_facts = cycle == 1 || cycle == 17 || cycle == 33;
-        EXPECT_EQ(RunToUpload().cmd(), with_agent_facts ? 6U : 2U) << "cycle " << cycle;
+        const bf_kxepinfo::epinfo upload = RunToUpload();
+        EXPECT_EQ(upload.cmd(), with_agent_facts ? 6U : 2U) << "cycle " << cycle;
+        EXPECT_EQ(upload.has_sys_info(), with_agent_facts) << "cycle " << cycle;
+        EXPECT_TRUE(upload.has_rc_info()) << "cycle " << cycle;
     }
 }
 

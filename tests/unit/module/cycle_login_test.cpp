@@ -39,6 +39,7 @@ TEST_F(Login, GoesOutTogetherWithAgentFacts) {
     Collectors().login_changed = UnlessTheSameName;
     Collectors().agent_changed = [](_stAgentInfo&, _stAgentInfo&) { return true; };
     EXPECT_EQ(RunToUpload().cmd(), 14U);
+    EXPECT_EQ(RunToUpload().cmd(), 6U);
 }
 
 TEST_F(Login, IsComparedWithTheOneBefore) {

@@ -114,7 +114,6 @@ TEST_F(SysChanged, TextsAreComparedBehindAZeroByteToo) {
 TEST_F(SysChanged, TheCurrentRecordIsToldOnceInFull) {
     _stSysInfo current = Sample();
     current.containerId = "another";
-    current.host_plat = 3;
     EXPECT_TRUE(IsSysChanged(Sample(), current));
     EXPECT_THAT(
         LoggedLines(),
@@ -123,7 +122,7 @@ TEST_F(SysChanged, TheCurrentRecordIsToldOnceInFull) {
                     Information("computername: node\n"), Information("architecture: x86_64\n"),
                     Information("system distro: Debian GNU/Linux 12\n"),
                     Information("system release: 6.1.0\n"), Information("system version: #1 SMP\n"),
-                    Information("virtual machine: 1, isserver: 1, platform type: 3, cpu core: 8\n"),
+                    Information("virtual machine: 1, isserver: 1, platform type: 4, cpu core: 8\n"),
                     Information("system containerId: another\n")));
 }
 
