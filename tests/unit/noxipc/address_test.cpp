@@ -41,73 +41,83 @@ TEST(Name, HoldsNothingButThat) {
     EXPECT_FALSE(noxipc::IsValidName(std::string_view("a\0b", 3)));
 }
 
-TEST(Address, KeepsItsName) {
-    const Address address(nox_addr_create("mgr_ei", 2, 2));
+// Counts the addresses of the test itself: other tests leave some behind on purpose, of other
+// names.
+class AddressTest : public testing::Test {
+  protected:
+    std::size_t Added() const { return AddressCount() - m_before; }
+
+  private:
+    std::size_t m_before = AddressCount();
+};
+
+TEST_F(AddressTest, KeepsItsName) {
+    const Address address(nox_addr_create("also_counted", 2, 2));
     ASSERT_NE(nullptr, address);
-    EXPECT_STREQ("mgr_ei", nox_addr_name(address.get()));
+    EXPECT_STREQ("also_counted", nox_addr_name(address.get()));
 }
 
-TEST(Address, OfAnInvalidNameIsNull) {
+TEST_F(AddressTest, OfAnInvalidNameIsNull) {
     EXPECT_EQ(nullptr, nox_addr_create(nullptr, 0, 0));
     EXPECT_EQ(nullptr, nox_addr_create("", 0, 0));
     EXPECT_EQ(nullptr, nox_addr_create("../x", 0, 0));
     EXPECT_EQ(nullptr, nox_addr_create(std::string(65, 'n').c_str(), 0, 0));
 }
 
-TEST(Address, NullHasNoNameAndIsReleasedWithoutEffect) {
+TEST_F(AddressTest, NullHasNoNameAndIsReleasedWithoutEffect) {
     EXPECT_EQ(nullptr, nox_addr_name(nullptr));
     nox_addr_destroy(nullptr);
-    EXPECT_EQ(0U, AddressCount());
+    EXPECT_EQ(0U, Added());
 }
 
-TEST(Address, OfEqualArgumentsIsTheSameHandle) {
-    const Address first(nox_addr_create("agt_cfgc", 0, 0));
-    const Address second(nox_addr_create("agt_cfgc", 0, 0));
+TEST_F(AddressTest, OfEqualArgumentsIsTheSameHandle) {
+    const Address first(nox_addr_create("counted", 0, 0));
+    const Address second(nox_addr_create("counted", 0, 0));
     EXPECT_EQ(first.get(), second.get());
-    EXPECT_EQ(1U, AddressCount());
+    EXPECT_EQ(1U, Added());
 }
 
-TEST(Address, OfOtherArgumentsIsAnotherHandle) {
-    const Address first(nox_addr_create("agt_cfgc", 0, 0));
-    const Address other_a(nox_addr_create("agt_cfgc", 1, 0));
-    const Address other_b(nox_addr_create("agt_cfgc", 0, 1));
+TEST_F(AddressTest, OfOtherArgumentsIsAnotherHandle) {
+    const Address first(nox_addr_create("counted", 0, 0));
+    const Address other_a(nox_addr_create("counted", 1, 0));
+    const Address other_b(nox_addr_create("counted", 0, 1));
     const Address other_name(nox_addr_create("agt_cfg", 0, 0));
-    EXPECT_EQ(4U, AddressCount());
+    EXPECT_EQ(4U, Added());
 }
 
-TEST(Address, NeverReleasedDoesNotMakeTheProcessGrow) {
+TEST_F(AddressTest, NeverReleasedDoesNotMakeTheProcessGrow) {
     nox_addr_st* address = nullptr;
     for (int start = 0; start < 1000; ++start) {
-        address = nox_addr_create("agt_cfgc", 0, 0);
+        address = nox_addr_create("never_released", 0, 0);
     }
-    EXPECT_EQ(1U, AddressCount());
-    EXPECT_STREQ("agt_cfgc", nox_addr_name(address));
+    EXPECT_GE(1U, Added());
+    EXPECT_STREQ("never_released", nox_addr_name(address));
 }
 
-TEST(Address, LivesUntilItsLastHolderReleasesIt) {
-    nox_addr_st* const first = nox_addr_create("mgr_ei", 2, 2);
-    nox_addr_st* const second = nox_addr_create("mgr_ei", 2, 2);
+TEST_F(AddressTest, LivesUntilItsLastHolderReleasesIt) {
+    nox_addr_st* const first = nox_addr_create("also_counted", 2, 2);
+    nox_addr_st* const second = nox_addr_create("also_counted", 2, 2);
     nox_addr_destroy(first);
-    EXPECT_STREQ("mgr_ei", nox_addr_name(second));
-    EXPECT_EQ(1U, AddressCount());
+    EXPECT_STREQ("also_counted", nox_addr_name(second));
+    EXPECT_EQ(1U, Added());
     nox_addr_destroy(second);
-    EXPECT_EQ(0U, AddressCount());
+    EXPECT_EQ(0U, Added());
 }
 
-TEST(Address, MayBeMadeAndReleasedOnAnyThread) {
+TEST_F(AddressTest, MayBeMadeAndReleasedOnAnyThread) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int round = 0; round < 1000; ++round) {
-                const Address address(nox_addr_create("mgr_ei", round % 3, 0));
-                ASSERT_STREQ("mgr_ei", nox_addr_name(address.get()));
+                const Address address(nox_addr_create("also_counted", round % 3, 0));
+                ASSERT_STREQ("also_counted", nox_addr_name(address.get()));
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(0U, AddressCount());
+    EXPECT_EQ(0U, Added());
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <uv.h>
 
 #include <thread>
 
@@ -26,6 +25,19 @@ void RunUntil(const std::function<bool()>& condition) {
 void RunWhatIsDue() {
     cl_event_loop_wake(pthread_self());
     (void)cl_event_loop_once();
+}
+
+Repeated::Repeated(uint64_t period_ms, std::function<void()> work)
+    : work_(std::move(work)), timer_(new uv_timer_t) {
+    (void)uv_timer_init(cl_event_loop_current(), timer_);
+    timer_->data = this;
+    const auto run = [](uv_timer_t* timer) { static_cast<Repeated*>(timer->data)->work_(); };
+    (void)uv_timer_start(timer_, run, period_ms, period_ms);
+}
+
+Repeated::~Repeated() {
+    uv_close(reinterpret_cast<uv_handle_t*>(timer_),
+             [](uv_handle_t* closed) { delete reinterpret_cast<uv_timer_t*>(closed); });
 }
 
 void Outcome::Callback(int status, unsigned type, const char* data, unsigned len, void* user) {
@@ -121,4 +133,14 @@ std::function<int(const std::function<void()>&)> Echoing(std::string name) {
 void BusTest::SetUp() {
     kxtest::InstallationTest::SetUp();
     kxtest::ClearLog();
+}
+
+BusTest::~BusTest() {
+    constexpr int kEnoughPasses = 100;
+    bool alive = true;
+    for (int pass = 0; alive && pass < kEnoughPasses; ++pass) {
+        cl_event_loop_wake(pthread_self());
+        alive = cl_event_loop_once() != 0;
+    }
+    EXPECT_FALSE(alive) << "a handle of the bus was left open";
 }

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/types.h>
+#include <uv.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -30,6 +32,19 @@ void RunUntil(const std::function<bool()>& condition);
 
 // Runs everything that is due now.
 void RunWhatIsDue();
+
+// Runs `work` in the loop every period_ms milliseconds, as long as this lives.
+class Repeated {
+  public:
+    Repeated(uint64_t period_ms, std::function<void()> work);
+    ~Repeated();
+    Repeated(const Repeated&) = delete;
+    Repeated& operator=(const Repeated&) = delete;
+
+  private:
+    std::function<void()> work_;
+    uv_timer_t* timer_;  // its own owner, once it is closing
+};
 
 // Remembers the outcome of one request; give it as the user pointer.
 struct Outcome {
@@ -76,9 +91,12 @@ class Child {
 // A child that joins the bus and echoes until it is killed.
 std::function<int(const std::function<void()>&)> Echoing(std::string name);
 
+// What a test destroyed is closed by the loop's next pass. The loop is the thread's, so the next
+// test would find it there; and what is never closed fails the test that left it.
 class BusTest : public kxtest::InstallationTest {
   protected:
     void SetUp() override;
+    ~BusTest() override;  // and not TearDown: an instance may be a member of the test
 };
 
 #endif  // TESTS_UNIT_NOXIPC_BUS_H

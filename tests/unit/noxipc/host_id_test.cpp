@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "bus.h"
+#include "loaded_library.h"
 #include "nox_id.h"
 
 namespace fs = std::filesystem;
@@ -173,26 +174,36 @@ TEST_F(HostIdTest, IsTheSameForAllWhoDrawAtATime) {
     }
 }
 
-TEST_F(HostIdTest, OfTheProcessStaysWhatItWasAtFirst) {
+// The id of a process is kept in the library: each of these loads it anew.
+class ProcessIdTest : public HostIdTest {
+  protected:
+    uint32_t Ask() const { return m_ask(); }
+
+  private:
+    kxtest::LoadedLibrary m_library{NOXIPC_LIBRARY};
+    decltype(&nox_get_hostid) m_ask = m_library.Find<decltype(nox_get_hostid)>("nox_get_hostid");
+};
+
+TEST_F(ProcessIdTest, StaysWhatItWasAtFirst) {
     WriteFile("config/agent_id", "77\n");
-    EXPECT_EQ(77U, nox_get_hostid());
+    EXPECT_EQ(77U, Ask());
     WriteFile("config/agent_id", "78\n");
-    EXPECT_EQ(77U, nox_get_hostid());
+    EXPECT_EQ(77U, Ask());
 }
 
-TEST_F(HostIdTest, OfTheProcessIsLookedForAgainWhileItIsUnknown) {
+TEST_F(ProcessIdTest, IsLookedForAgainWhileItIsUnknown) {
     WriteFile("config", "not a directory");
-    EXPECT_EQ(0U, nox_get_hostid());
+    EXPECT_EQ(0U, Ask());
     fs::remove(Directory());
     WriteFile("config/agent_id", "77\n");
-    EXPECT_EQ(77U, nox_get_hostid());
+    EXPECT_EQ(77U, Ask());
 }
 
-TEST_F(HostIdTest, MayBeAskedForOnSeveralThreads) {
+TEST_F(ProcessIdTest, MayBeAskedForOnSeveralThreads) {
     std::vector<uint32_t> ids(8, 0);
     std::vector<std::thread> threads;
     for (uint32_t& id : ids) {
-        threads.emplace_back([&id] { id = nox_get_hostid(); });
+        threads.emplace_back([this, &id] { id = Ask(); });
     }
     for (std::thread& thread : threads) {
         thread.join();

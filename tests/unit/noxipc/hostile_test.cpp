@@ -319,12 +319,7 @@ TEST_F(HostileTest, AFrameThatTricklesInEndsTheConnectionAfterFiveSeconds) {
     RawPeer peer("server");
     peer.Send(HelloBytes("raw") +
               FrameBytes(Kind::kRequest, 1, 1, std::string(100000, 'x')).substr(0, 30));
-    ASSERT_NE(nullptr, cl_timerplus_start(
-                           0, 100,
-                           [](cl_timerplus* timer) {
-                               (void)static_cast<RawPeer*>(timer->user)->SendSome("x");
-                           },
-                           &peer));
+    const Repeated trickle(100, [&] { (void)peer.SendSome("x"); });
     RunUntil([&] { return peer.IsClosed(); });
     EXPECT_TRUE(server.requests.empty());
     EXPECT_THAT(Logged(),

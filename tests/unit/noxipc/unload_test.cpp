@@ -1,34 +1,17 @@
 // The library as it is shipped, loaded and unloaded.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <cerrno>
 
 #include "bus.h"
+#include "loaded_library.h"
 
 namespace {
 
-struct Library {
-    void* handle = dlopen(NOXIPC_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-
-    template <class Function>
-    Function* Find(const char* name) const {
-        return reinterpret_cast<Function*>(dlsym(handle, name));
-    }
-};
-
-bool IsMapped() {
-    void* const handle = dlopen(NOXIPC_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr) {
-        dlclose(handle);
-    }
-    return handle != nullptr;
-}
-
 // A worker's life: joins, never releases one address, makes a request that is refused, leaves.
 void* Work(void* argument) {
-    const auto* library = static_cast<Library*>(argument);
+    const auto* library = static_cast<kxtest::LoadedLibrary*>(argument);
     auto* create = library->Find<decltype(nox_ipc_create)>("nox_ipc_create");
     auto* destroy = library->Find<decltype(nox_ipc_destroy)>("nox_ipc_destroy");
     auto* address = library->Find<decltype(nox_addr_create)>("nox_addr_create");
@@ -49,13 +32,13 @@ class UnloadTest : public BusTest {};
 
 TEST_F(UnloadTest, AfterItsWorkerHasEndedWorksAHundredTimes) {
     for (int round = 0; round < 100; ++round) {
-        Library library;
-        ASSERT_NE(nullptr, library.handle) << dlerror();
-        pthread_t thread = {};
-        ASSERT_EQ(0, cl_ev_create_isolated_thread(&thread, 0, Work, &library));
-        ASSERT_EQ(0, pthread_join(thread, nullptr));
-        ASSERT_EQ(0, dlclose(library.handle));
-        ASSERT_FALSE(IsMapped());
+        {
+            kxtest::LoadedLibrary library(NOXIPC_LIBRARY);
+            pthread_t thread = {};
+            ASSERT_EQ(0, cl_ev_create_isolated_thread(&thread, 0, Work, &library));
+            ASSERT_EQ(0, pthread_join(thread, nullptr));
+        }
+        ASSERT_FALSE(kxtest::IsMapped(NOXIPC_LIBRARY));
     }
 }
 
