@@ -8,6 +8,9 @@ packages_build=(
     libsqlite3-dev libuv1-dev protobuf-compiler zlib1g-dev
 )
 
+# To make Debian packages (scripts/package).
+packages_package=("${packages_build[@]}" dpkg-dev file)
+
 # To build, run and check the tests as well.
 packages_test=(
     "${packages_build[@]}"
