@@ -22,6 +22,7 @@ constexpr long kSmallestMachineId = 5;  // bytes
 bool IsManagerOnThisMachine() {
     constexpr char kLoopback[] = "127.0.0.1";
     char path[kAddressFilePathSize];
+    path[0] = '\0';  // what stays when the text cannot be made
     ep_dirutils_path_transform("@/../config/server.ini", path, sizeof path);
     const KxeIniOwner file(kxe_ini_file_load(path));
     if (file == nullptr) {
@@ -39,6 +40,7 @@ bool IsManagerOnThisMachine() {
 
 bool HasMachineId() {
     char path[kAddressFilePathSize];
+    path[0] = '\0';
     ep_dirutils_path_transform("@/../config/machineid", path, sizeof path);
     const File file(kxe_file_open(path, "rb"));
     return file != nullptr && std::fseek(file.get(), 0, SEEK_END) == 0 &&

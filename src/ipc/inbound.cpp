@@ -55,7 +55,7 @@ void IpcOnReqRecv(nox_ipc_st* ipc, const nox_addr_st* from, unsigned request_id,
 }
 
 void OnStatusHeartbeat(const char* data, unsigned len) {
-    const XmsgOwner msg(xmsg_unpack(data, len));
+    const XmsgOwner msg(data == nullptr ? nullptr : xmsg_unpack(data, len));
     if (msg == nullptr) {
         EP_LOG(kLogError, "xmsg_unpack failed");
         return;

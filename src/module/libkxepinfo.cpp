@@ -26,8 +26,10 @@ void WakeWorker() {
 
 int kxepinfo_init() {
     EP_LOG(kLogInformation, "kxepinfo init\n");
+    const pthread_t before = s_workThread;
     const int error = cl_ev_create_isolated_thread(&s_workThread, 0, epInfoSchedule, &s_exitFlag);
     if (error != 0) {
+        s_workThread = before;  // a library may have stored the handle of a thread that is gone
         EP_LOG(kLogError, "create thread return error, return %d", error);
     } else {
         EP_LOG(kLogInformation, "create thread ok\n");

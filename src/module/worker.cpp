@@ -17,6 +17,7 @@
 #include "module/cycle.h"
 #include "module/protobuf_log.h"
 #include "module/settings.h"
+#include "module/signals.h"
 #include "module/timer.h"
 #include "nox_id.h"
 
@@ -129,6 +130,7 @@ int Work(int* exit_flag, _stTimerArg& timer_arg) {
 }  // namespace
 
 void* epInfoSchedule(void* exit_flag) {
+    const SignalsBlocked signals_blocked;
     const ProtobufLog protobuf_log;
     _stTimerArg timer_arg{};
     PrepareLog();

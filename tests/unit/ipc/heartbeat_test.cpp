@@ -149,6 +149,10 @@ TEST_F(Heartbeat, ThatDoesNotUnpackChangesNothing) {
 }
 
 TEST_F(Heartbeat, WithoutDataChangesNothing) {
+    kxtest::Agent().xmsg_unpack = [](const char* data, uint32_t /*len*/) -> xmsg* {
+        EXPECT_NE(data, nullptr);  // not every library checks it
+        return nullptr;
+    };
     OnStatusHeartbeat(nullptr, 0);
     OnStatusHeartbeat(nullptr, 8);
     EXPECT_EQ(g_preOnlineState, 1U);

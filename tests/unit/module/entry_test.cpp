@@ -71,6 +71,28 @@ TEST_F(EntryPoints, InitReturnsTheCodeOfAFailedCreation) {
                             LogLine{2, "libkxepinfo", "create thread return error, return 11"}));
 }
 
+TEST_F(EntryPoints, InitKeepsNoHandleThatAFailedCreationLeft) {
+    Agent().cl_ev_create_isolated_thread = [](pthread_t* thread, int, void* (*)(void*), void*) {
+        *thread = 0x5a5a5a5a;
+        return 12;
+    };
+    EXPECT_EQ(kxepinfo_init(), 12);
+    EXPECT_EQ(s_workThread, 0U);
+    EXPECT_EQ(kxepinfo_uninit(), 0);
+}
+
+TEST_F(EntryPoints, AFailedSecondInitKeepsTheRunningWorkersHandle) {
+    ASSERT_EQ(kxepinfo_init(), 0);
+    const pthread_t running = s_workThread;
+    Agent().cl_ev_create_isolated_thread = [](pthread_t* thread, int, void* (*)(void*), void*) {
+        *thread = 0x5a5a5a5a;
+        return 12;
+    };
+    EXPECT_EQ(kxepinfo_init(), 12);
+    EXPECT_TRUE(pthread_equal(s_workThread, running));
+    EXPECT_EQ(kxepinfo_uninit(), 0);
+}
+
 TEST_F(EntryPoints, UninitWaitsForTheWorkerAndResetsFlagAndHandle) {
     ASSERT_EQ(kxepinfo_init(), 0);
     EXPECT_NE(s_workThread, 0U);

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <csignal>
+
 #include "common/state.h"
 #include "epinfo.pb.h"
 #include "fake_agent.h"
@@ -91,6 +93,28 @@ TEST_F(Worker, WhatTheProtobufRuntimeSaysGoesToTheLogWhileItRuns) {
     CaptureStderr();
     encode();
     EXPECT_NE(GetCapturedStderr(), "");
+}
+
+TEST_F(Worker, SignalsAreBlockedWhileItRunsButThoseOfFaults) {
+    const auto blocked = [](int signal) {
+        sigset_t mask;
+        EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &mask), 0);
+        return sigismember(&mask, signal) == 1;
+    };
+    ASSERT_FALSE(blocked(SIGALRM));
+    bool looked = false;
+    answers->sleep = [&] {
+        for (const int signal : {SIGALRM, SIGTERM, SIGPIPE, SIGCHLD, SIGUSR1, SIGRTMAX}) {
+            EXPECT_TRUE(blocked(signal)) << signal;
+        }
+        for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+            EXPECT_FALSE(blocked(signal)) << signal;
+        }
+        looked = true;
+    };
+    EXPECT_EQ(Run(), 0);
+    EXPECT_TRUE(looked);
+    EXPECT_FALSE(blocked(SIGALRM));
 }
 
 TEST_F(Worker, NullFlagIsMinusOne) {
