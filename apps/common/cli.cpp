@@ -1,6 +1,5 @@
 #include "common/cli.h"
 
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -51,15 +50,6 @@ void AddFaultOption(CLI::App& app, FaultPlan& plan, const std::string& occasion)
                ", or for ever; may be given several times, one after the other")
         ->type_name("KIND[:COUNT]")
         ->allow_extra_args(false);
-}
-
-int RunProgram(int (*program)(int argc, char** argv), int argc, char** argv, int failure) noexcept {
-    try {
-        return program(argc, argv);
-    } catch (const std::exception& error) {
-        Complain("%s", error.what());
-    }
-    return failure;
 }
 
 }  // namespace kxapp

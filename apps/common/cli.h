@@ -8,13 +8,9 @@
 #include <string>
 
 #include "common/fault.h"
+#include "common/program.h"
 
 namespace kxapp {
-
-// Exit statuses that mean the same in every program.
-inline constexpr int kExitSuccess = 0;
-inline constexpr int kExitFailure = 1;
-inline constexpr int kExitUsage = 64;
 
 // Reads the command line into the options of `app`, --version ("NAME VERSION") added to them.
 // Returns nothing when the program is to go on. Otherwise it is to end with the status returned:
@@ -27,11 +23,6 @@ CLI::Validator WholeNumber(std::uint64_t lowest, std::uint64_t highest);
 
 // Adds --fault KIND[:COUNT] to the options: each occurrence appends to the plan.
 void AddFaultOption(CLI::App& app, FaultPlan& plan, const std::string& occasion);
-
-// Runs a program's main part; an exception, such as memory running out, becomes one line on
-// standard error and the exit status `failure`.
-int RunProgram(int (*program)(int argc, char** argv), int argc, char** argv,
-               int failure = kExitFailure) noexcept;
 
 }  // namespace kxapp
 

@@ -2,8 +2,8 @@
 #include <optional>
 
 #include "cl_ev.h"
-#include "common/cli.h"
 #include "common/complain.h"
+#include "common/program.h"
 #include "common/service.h"
 #include "common/stop_signals.h"
 #include "kxemgr/arguments.h"
