@@ -18,8 +18,10 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 find_program(KX_CCACHE ccache)
 if(KX_CCACHE)
-  set(CMAKE_C_COMPILER_LAUNCHER ${KX_CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${KX_CCACHE})
+  # Without these allowances it compiles whatever uses precompiled headers anew each time.
+  set(launcher env CCACHE_SLOPPINESS=pch_defines,time_macros ${KX_CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 add_compile_definitions(_GNU_SOURCE)

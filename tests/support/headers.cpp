@@ -1,0 +1,1 @@
+// A file to compile beside the precompiled headers, which need one.
