@@ -19,6 +19,15 @@ int Failed(char* buf, std::size_t size) {
     return -1;
 }
 
+// As vsnprintf, but that what fails leaves an empty text and gives -1.
+int Print(char* buf, std::size_t size, const char* fmt, va_list arguments) {
+    if (fmt == nullptr) {
+        return Failed(buf, size);
+    }
+    const int length = std::vsnprintf(buf, buf == nullptr ? 0 : size, fmt, arguments);
+    return length < 0 ? Failed(buf, size) : length;
+}
+
 }  // namespace
 
 uint64_t kxe_time(void) {
@@ -35,27 +44,19 @@ long kxe_str_find(const char* text, size_t text_len, const char* pattern, size_t
 }
 
 int kxe_str_snprintf(char* buf, size_t size, const char* fmt, ...) {
-    if (fmt == nullptr) {
-        return Failed(buf, size);
-    }
-    const std::size_t room = buf == nullptr ? 0 : size;
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = std::vsnprintf(buf, room, fmt, arguments);
+    const int length = Print(buf, size, fmt, arguments);
     va_end(arguments);
-    return length < 0 ? Failed(buf, size) : length;
+    return length;
 }
 
 int str_snprintf(char* buf, size_t size, const char* fmt, ...) {
-    if (fmt == nullptr) {
-        return Failed(buf, size);
-    }
-    const std::size_t room = buf == nullptr ? 0 : size;
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = std::vsnprintf(buf, room, fmt, arguments);
+    const int length = Print(buf, size, fmt, arguments);
     va_end(arguments);
-    return length < 0 ? Failed(buf, size) : length;
+    return length;
 }
 
 size_t kxe_str_strlcpy(char* dst, const char* src, size_t size) {
