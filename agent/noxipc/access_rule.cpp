@@ -15,6 +15,7 @@
 #include "kxe_base.h"
 #include "kxe_ini.h"
 #include "log.h"
+#include "trim.h"
 
 namespace noxipc {
 namespace {
@@ -22,14 +23,6 @@ namespace {
 struct FreeIniFile {
     void operator()(kxe_ini_file* file) const { kxe_ini_file_free(file); }
 };
-
-std::string_view Trim(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t";
-    const auto first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos
-               ? std::string_view()
-               : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 // Not the group id -1, which the kernel takes for "none".
 std::optional<gid_t> ParseGroup(std::string_view text) {

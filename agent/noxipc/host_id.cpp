@@ -18,6 +18,7 @@
 #include "log.h"
 #include "name_lock.h"
 #include "nox_id.h"
+#include "trim.h"
 
 namespace noxipc {
 namespace {
@@ -132,12 +133,7 @@ uint32_t DrawLocked(int directory) {
 }  // namespace
 
 std::optional<uint32_t> ParseHostId(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return std::nullopt;
-    }
-    text = text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    text = Trim(text);
     uint32_t id = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
     if (error != std::errc() || end != text.data() + text.size() || id == 0) {

@@ -8,19 +8,12 @@
 
 #include "descriptor.h"
 #include "nox_id.h"
+#include "trim.h"
 
 namespace noxipc {
 namespace {
 
 constexpr std::size_t kMaxText = 256;
-
-std::string_view Trim(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    const auto first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos
-               ? std::string_view()
-               : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 // Firmware that was never given a UUID shows one of nothing but zeros or nothing but f.
 bool IsReal(std::string_view uuid) {
