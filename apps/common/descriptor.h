@@ -4,15 +4,20 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace kxapp {
 
 // Closes it at the end; what close has to say is not asked. Negative: none.
 class Descriptor {
   public:
-    explicit Descriptor(int number) : m_number(number) {}
+    explicit Descriptor(int number = -1) : m_number(number) {}
+    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
     ~Descriptor() { reset(-1); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
 
     int number() const { return m_number; }
 

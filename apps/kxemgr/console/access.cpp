@@ -10,8 +10,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "common/descriptor.h"
 #include "kxemgr/console/address.h"
-#include "kxemgr/console/descriptor.h"
 
 namespace kxemgr::console {
 
@@ -54,7 +54,8 @@ std::string_view SessionIn(std::string_view cookies) {
 }  // namespace
 
 std::optional<std::string> ReadTokenFile(const std::string& file, std::string& fault) {
-    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const kxapp::Descriptor descriptor(
+        open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (descriptor.number() < 0) {
         const int error = errno;
         fault = std::strerror(error);

@@ -72,7 +72,7 @@ std::unique_ptr<Console> Console::Start(const Settings& settings, std::string& f
     if (!rules) {
         return nullptr;
     }
-    Descriptor listening = Listen(*address, fault);
+    kxapp::Descriptor listening = Listen(*address, fault);
     if (listening.number() < 0) {
         fault = "cannot listen on " + settings.listen + ": " + fault;
         return nullptr;

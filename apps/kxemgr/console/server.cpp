@@ -38,8 +38,8 @@ class SignalsBlocked {
     sigset_t m_before{};
 };
 
-Descriptor MakeEvent() {
-    Descriptor event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+kxapp::Descriptor MakeEvent() {
+    kxapp::Descriptor event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (event.number() < 0) {
         throw std::system_error(errno, std::generic_category(), "cannot start the console");
     }
@@ -48,9 +48,9 @@ Descriptor MakeEvent() {
 
 }  // namespace
 
-Descriptor Listen(ListenAddress& address, std::string& fault) {
+kxapp::Descriptor Listen(ListenAddress& address, std::string& fault) {
     const int family = address.socket_address.ss_family;
-    Descriptor listening(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    kxapp::Descriptor listening(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int on = 1;
     auto* const generic = reinterpret_cast<sockaddr*>(&address.socket_address);
     // A port that was in use a moment ago may be taken; one that is in use may not.
@@ -61,12 +61,12 @@ Descriptor Listen(ListenAddress& address, std::string& fault) {
         getsockname(listening.number(), generic, &address.length) != 0) {
         const int error = errno;
         fault = std::strerror(error);
-        return Descriptor();
+        return kxapp::Descriptor();
     }
     return listening;
 }
 
-Server::Server(Descriptor listening, Serve serve)
+Server::Server(kxapp::Descriptor listening, Serve serve)
     : m_listening(std::move(listening)), m_woken(MakeEvent()), m_serve(std::move(serve)) {
     const SignalsBlocked blocked;
     m_accepting = std::thread([this] { accept_all(); });
@@ -99,7 +99,7 @@ void Server::accept_all() {
 }
 
 void Server::accept_one() {
-    Descriptor socket(accept4(m_listening.number(), nullptr, nullptr, SOCK_CLOEXEC));
+    kxapp::Descriptor socket(accept4(m_listening.number(), nullptr, nullptr, SOCK_CLOEXEC));
     const int error = errno;
     bool short_of_means = socket.number() < 0 && (error == EMFILE || error == ENFILE ||
                                                   error == ENOBUFS || error == ENOMEM);
@@ -116,7 +116,7 @@ void Server::accept_one() {
     }
 }
 
-void Server::begin(Descriptor socket) {
+void Server::begin(kxapp::Descriptor socket) {
     const int on = 1;
     (void)setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     Connection& connection = m_connections.emplace_back();

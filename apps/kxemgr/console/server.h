@@ -10,14 +10,14 @@
 #include <string>
 #include <thread>
 
+#include "common/descriptor.h"
 #include "kxemgr/console/address.h"
-#include "kxemgr/console/descriptor.h"
 
 namespace kxemgr::console {
 
 // Listens at the address, whose port becomes the one taken. One without a number, after `fault` was
 // told why in words, when that cannot be done.
-Descriptor Listen(ListenAddress& address, std::string& fault);
+kxapp::Descriptor Listen(ListenAddress& address, std::string& fault);
 
 class Server {
   public:
@@ -30,7 +30,7 @@ class Server {
     static constexpr std::size_t kMostConnections = 64;
 
     // Starts the thread that accepts; signals stay with the caller's. Throws std::system_error.
-    Server(Descriptor listening, Serve serve);
+    Server(kxapp::Descriptor listening, Serve serve);
     // Shuts every connection down, and waits for all threads.
     ~Server();
     Server(const Server&) = delete;
@@ -38,18 +38,18 @@ class Server {
 
   private:
     struct Connection {
-        Descriptor socket;
+        kxapp::Descriptor socket;
         std::atomic<bool> ended{false};
         std::thread thread;
     };
     void accept_all();
     void accept_one();
-    void begin(Descriptor socket);
+    void begin(kxapp::Descriptor socket);
     void forget_ended();
     void wake() const;
 
-    Descriptor m_listening;
-    Descriptor m_woken;  // an eventfd
+    kxapp::Descriptor m_listening;
+    kxapp::Descriptor m_woken;  // an eventfd
     Serve m_serve;
     std::atomic<bool> m_stopping{false};
     std::list<Connection> m_connections;  // of the accepting thread

@@ -8,13 +8,13 @@
 #include <atomic>
 #include <thread>
 
-#include "kxemgr/console/descriptor.h"
+#include "common/descriptor.h"
 
 namespace kxtest {
 namespace {
 
+using kxapp::Descriptor;
 using kxemgr::console::Answer;
-using kxemgr::console::Descriptor;
 using kxemgr::console::Feed;
 using kxemgr::console::Protocol;
 using kxemgr::console::Question;

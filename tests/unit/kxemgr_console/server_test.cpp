@@ -13,7 +13,7 @@
 namespace kxtest {
 namespace {
 
-using kxemgr::console::Descriptor;
+using kxapp::Descriptor;
 using kxemgr::console::Listen;
 using kxemgr::console::ListenAddress;
 using kxemgr::console::ParseListenAddress;
