@@ -54,28 +54,29 @@ bool IsSameName(std::string_view one, std::string_view other) {
     return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
-ListenAddress Make(const in_addr& address, std::uint16_t port) {
+template <class SocketAddress>
+ListenAddress Made(const SocketAddress& socket_address, bool loopback) {
     ListenAddress made;
+    std::memcpy(&made.socket_address, &socket_address, sizeof socket_address);
+    made.length = sizeof socket_address;
+    made.loopback = loopback;
+    return made;
+}
+
+ListenAddress Make(const in_addr& address, std::uint16_t port) {
     sockaddr_in ipv4{};
     ipv4.sin_family = AF_INET;
     ipv4.sin_addr = address;
     ipv4.sin_port = htons(port);
-    std::memcpy(&made.socket_address, &ipv4, sizeof ipv4);
-    made.length = sizeof ipv4;
-    made.loopback = ntohl(address.s_addr) >> 24U == IN_LOOPBACKNET;
-    return made;
+    return Made(ipv4, ntohl(address.s_addr) >> 24U == IN_LOOPBACKNET);
 }
 
 ListenAddress Make(const in6_addr& address, std::uint16_t port) {
-    ListenAddress made;
     sockaddr_in6 ipv6{};
     ipv6.sin6_family = AF_INET6;
     ipv6.sin6_addr = address;
     ipv6.sin6_port = htons(port);
-    std::memcpy(&made.socket_address, &ipv6, sizeof ipv6);
-    made.length = sizeof ipv6;
-    made.loopback = IN6_IS_ADDR_LOOPBACK(&address) != 0;
-    return made;
+    return Made(ipv6, IN6_IS_ADDR_LOOPBACK(&address) != 0);
 }
 
 }  // namespace
