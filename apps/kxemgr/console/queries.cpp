@@ -32,33 +32,42 @@ AgentSummary ReadSummary(const Statement& row) {
     return summary;
 }
 
-std::vector<ChangeRow> QueryChanges(sqlite3& connection, std::uint32_t id) {
-    Statement statement(connection,
-                        "SELECT changed_at, subject, item, before, after FROM changes WHERE "
-                        "agent_id = ?1 ORDER BY id DESC LIMIT ?2");
-    statement.bind(1, id);
-    statement.bind(2, kMostListedChanges);
-    std::vector<ChangeRow> rows;
+// What `read` makes of each row.
+template <class Read>
+auto ReadRows(Statement& statement, Read read) {
+    std::vector<decltype(read(statement))> rows;
     while (statement.step()) {
-        rows.push_back(
-            {statement.number(0),
-             {statement.text(1), statement.text(2), statement.text(3), statement.text(4)}});
+        rows.push_back(read(statement));
     }
     return rows;
 }
 
-std::vector<CloneRow> QueryClones(sqlite3& connection, std::uint32_t id) {
-    Statement statement(connection,
-                        "SELECT host_name, macs, vm_id, first_seen, last_seen, uploads FROM clones "
-                        "WHERE agent_id = ?1 ORDER BY last_seen DESC LIMIT ?2");
+// The rows of an agent, which is ?1, but not more than ?2 of them.
+template <class Read>
+auto RowsOfAgent(sqlite3& connection, const char* sql, std::uint32_t id, int most, Read read) {
+    Statement statement(connection, sql);
     statement.bind(1, id);
-    statement.bind(2, kMostListedClones);
-    std::vector<CloneRow> rows;
-    while (statement.step()) {
-        rows.push_back({statement.text(0), statement.text(1), statement.text(2),
-                        statement.number(3), statement.number(4), statement.number(5)});
-    }
-    return rows;
+    statement.bind(2, most);
+    return ReadRows(statement, read);
+}
+
+std::vector<ChangeRow> QueryChanges(sqlite3& connection, std::uint32_t id) {
+    constexpr char kSql[] =
+        "SELECT changed_at, subject, item, before, after FROM changes WHERE agent_id = ?1 "
+        "ORDER BY id DESC LIMIT ?2";
+    return RowsOfAgent(connection, kSql, id, kMostListedChanges, [](const Statement& row) {
+        return ChangeRow{row.number(0), {row.text(1), row.text(2), row.text(3), row.text(4)}};
+    });
+}
+
+std::vector<CloneRow> QueryClones(sqlite3& connection, std::uint32_t id) {
+    constexpr char kSql[] =
+        "SELECT host_name, macs, vm_id, first_seen, last_seen, uploads FROM clones "
+        "WHERE agent_id = ?1 ORDER BY last_seen DESC LIMIT ?2";
+    return RowsOfAgent(connection, kSql, id, kMostListedClones, [](const Statement& row) {
+        return CloneRow{row.text(0),   row.text(1),   row.text(2),
+                        row.number(3), row.number(4), row.number(5)};
+    });
 }
 
 // Reads of one answer see one state, whatever is written meanwhile.
@@ -81,11 +90,7 @@ std::vector<AgentSummary> QueryAgents(sqlite3& connection) {
     Statement statement(connection,
                         (std::string(kSummary) + "ORDER BY a.last_seen DESC LIMIT ?1").c_str());
     statement.bind(1, kMostListedAgents);
-    std::vector<AgentSummary> agents;
-    while (statement.step()) {
-        agents.push_back(ReadSummary(statement));
-    }
-    return agents;
+    return ReadRows(statement, ReadSummary);
 }
 
 std::optional<AgentDetail> QueryAgent(sqlite3& connection, std::uint32_t id) {
@@ -120,10 +125,10 @@ History QueryHistory(sqlite3& connection, std::uint32_t id, std::int64_t from, s
     statement.bind(2, from);
     statement.bind(3, to);
     statement.bind(4, history.step);
-    while (statement.step()) {
-        history.points.push_back({statement.number(0), statement.number(1), statement.number(2),
-                                  statement.number(3), statement.number(4)});
-    }
+    history.points = ReadRows(statement, [](const Statement& row) {
+        return History::Point{row.number(0), row.number(1), row.number(2), row.number(3),
+                              row.number(4)};
+    });
     return history;
 }
 
