@@ -31,6 +31,10 @@ CLI::Validator NotEmpty() {
         "");
 }
 
+CLI::Option* AddFile(CLI::App& app, const char* option, std::string& file, const char* use) {
+    return app.add_option(option, file, use)->type_name("FILE")->check(NotEmpty());
+}
+
 CLI::Validator IsListenAddress() {
     const auto check = [](const std::string& text) {
         return console::ParseListenAddress(text)
@@ -47,11 +51,9 @@ void AddConsoleOptions(CLI::App& app, console::Settings& settings) {
                        "127.0.0.1:8627; who reaches it may read it, unless there is a token")
             ->type_name("ADDRESS:PORT")
             ->check(IsListenAddress());
-    app.add_option("--http-token-file", settings.token_file,
-                   "Ask for the token in the first line of this file, which only its owner may "
-                   "read; without one the console is found on a loopback address only")
-        ->type_name("FILE")
-        ->check(NotEmpty())
+    AddFile(app, "--http-token-file", settings.token_file,
+            "Ask for the token in the first line of this file, which only its owner may read; "
+            "without one the console is found on a loopback address only")
         ->needs(http);
     app.add_option("--http-host", settings.host_names,
                    "Be found under this name too, besides addresses and localhost; may be given "
@@ -80,11 +82,9 @@ std::optional<int> ReadArguments(const char* version, int argc, char** argv, Arg
         ->type_name("N")
         ->check(kxapp::WholeNumber(1, kMostCount));
     CLI::Option* db =
-        app.add_option("--db", arguments.database,
-                       "Keep every upload and the latest state of each agent in this SQLite file, "
-                       "on disk before it is answered; what cannot be kept is refused")
-            ->type_name("FILE")
-            ->check(NotEmpty());
+        AddFile(app, "--db", arguments.database,
+                "Keep every upload and the latest state of each agent in this SQLite file, on disk "
+                "before it is answered; what cannot be kept is refused");
     app.add_option("--keep", arguments.keep_days,
                    "Delete from the database what is older than DAYS, a little at a time; agents "
                    "stay, since clones are told by them. Without it nothing is deleted")
