@@ -18,6 +18,7 @@
 #include "child.h"
 #include "pipe_echo.h"
 #include "report.h"
+#include "turns.h"
 #include "upload_client.h"
 
 namespace {
@@ -46,26 +47,21 @@ std::vector<double> Rates(std::vector<double> times, double megabytes) {
 void Compare(BusClient& bus, PipeClient& pair, const std::string& size_name, std::size_t size,
              int count) {
     const std::string payload(size, 'x');
-    (void)Measure(bus, payload, count);  // the first of each warms up and does not count
-    (void)Measure(pair, payload, count);
-    std::vector<double> bus_times;
-    std::vector<double> pair_times;
-    for (int round = 0; round < kRounds; ++round) {
-        bus_times.push_back(Measure(bus, payload, count));
-        pair_times.push_back(Measure(pair, payload, count));
-    }
+    const kxbench::Compared times = kxbench::SampleByTurns(
+        kRounds, [&] { return Measure(bus, payload, count); },
+        [&] { return Measure(pair, payload, count); });
     kxbench::Report({.name = size_name + ": time of a round trip",
                      .unit = "us",
-                     .samples = bus_times,
+                     .samples = times.work,
                      .floor = kFloor,
-                     .floor_samples = pair_times,
+                     .floor_samples = times.reference,
                      .target = 1.5});
     const double megabytes = 2.0 * static_cast<double>(size) / 1e6;  // there and back
     kxbench::Report({.name = size_name + ": throughput",
                      .unit = "MB/s",
-                     .samples = Rates(bus_times, megabytes),
+                     .samples = Rates(times.work, megabytes),
                      .floor = kFloor,
-                     .floor_samples = Rates(pair_times, megabytes)});
+                     .floor_samples = Rates(times.reference, megabytes)});
 }
 
 // What the sender alone needs for an upload of usual size; its frame header is 20 bytes of it.
@@ -73,21 +69,14 @@ void CompareSending(UploadClient& upload, PipeClient& pair) {
     constexpr int kSends = 2000;
     const std::string payload(300, 'x');
     const std::string framed(320, 'x');
-    std::vector<double> upload_times;
-    std::vector<double> pair_times;
-    for (int round = 0; round <= kRounds; ++round) {
-        const double of_upload = upload.SendTime(payload, kSends);
-        const double of_pair = pair.SendTime(framed, kSends);
-        if (round > 0) {  // the first warms up
-            upload_times.push_back(of_upload);
-            pair_times.push_back(of_pair);
-        }
-    }
+    const kxbench::Compared times = kxbench::SampleByTurns(
+        kRounds, [&] { return upload.SendTime(payload, kSends); },
+        [&] { return pair.SendTime(framed, kSends); });
     kxbench::Report({.name = "framing and sending an upload of 300 bytes",
                      .unit = "us",
-                     .samples = upload_times,
+                     .samples = times.work,
                      .floor = kFloor,
-                     .floor_samples = pair_times});
+                     .floor_samples = times.reference});
 }
 
 // Two connected sockets.

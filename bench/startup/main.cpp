@@ -17,6 +17,7 @@
 #include "kxepinfo.h"
 #include "lines.h"
 #include "report.h"
+#include "turns.h"
 
 namespace {
 
@@ -35,27 +36,22 @@ double FirstCycle(const std::string& program, const std::vector<std::string>& en
 }
 
 void MeasureStart(const std::string& installation) {
-    std::vector<double> host;
-    std::vector<double> floor;
-    for (int round = 0; round <= kRounds; ++round) {
-        kxbench::Lines host_lines;
-        kxbench::Lines floor_lines;
-        const double of_host =
-            FirstCycle(installation + "/bin/kxehost",
-                       kxbench::MeteredHost(installation, host_lines, kPeriodMs), host_lines);
-        const double of_floor =
-            FirstCycle(installation + "/bin/bench_floor",
-                       kxbench::MeteredFloor(floor_lines, kPeriodMs), floor_lines);
-        if (round > 0) {  // the first warms up
-            host.push_back(of_host);
-            floor.push_back(of_floor);
-        }
-    }
+    const auto of_host = [&] {
+        kxbench::Lines lines;
+        return FirstCycle(installation + "/bin/kxehost",
+                          kxbench::MeteredHost(installation, lines, kPeriodMs), lines);
+    };
+    const auto of_floor = [&] {
+        kxbench::Lines lines;
+        return FirstCycle(installation + "/bin/bench_floor",
+                          kxbench::MeteredFloor(lines, kPeriodMs), lines);
+    };
+    const kxbench::Compared times = kxbench::SampleByTurns(kRounds, of_host, of_floor);
     kxbench::Report({.name = "start of the host to its first upload",
                      .unit = "us",
-                     .samples = host,
+                     .samples = times.work,
                      .floor = kxbench::kCycleFloor,
-                     .floor_samples = floor});
+                     .floor_samples = times.reference});
 }
 
 void MeasureStop() {

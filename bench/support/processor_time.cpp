@@ -46,14 +46,9 @@ double ProcessorTime() {
 
 Compared CompareProcessorTime(const std::function<void()>& work,
                               const std::function<void()>& reference, int rounds, int calls) {
-    (void)MicrosecondsACall(work, calls);
-    (void)MicrosecondsACall(reference, calls);
-    Compared times;
-    for (int round = 0; round < rounds; ++round) {
-        times.work.push_back(MicrosecondsACall(work, calls));
-        times.reference.push_back(MicrosecondsACall(reference, calls));
-    }
-    return times;
+    return SampleByTurns(
+        rounds, [&] { return MicrosecondsACall(work, calls); },
+        [&] { return MicrosecondsACall(reference, calls); });
 }
 
 }  // namespace kxbench

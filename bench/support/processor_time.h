@@ -3,7 +3,8 @@
 #define KXEPINFO_BENCH_SUPPORT_PROCESSOR_TIME_H
 
 #include <functional>
-#include <vector>
+
+#include "turns.h"
 
 namespace kxbench {
 
@@ -13,14 +14,8 @@ double OwnProcessorTime();
 double ChildrensProcessorTime();
 double ProcessorTime();
 
-struct Compared {
-    std::vector<double> work;
-    std::vector<double> reference;
-};
-
-// Microseconds of processor time a call: one sample for each of `rounds` rounds of `calls` calls.
-// Work and reference take turns, so that whatever else the machine does meets both; the first round
-// of each warms up and does not count.
+// Microseconds of processor time a call: one sample, by turns, for each of `rounds` rounds of
+// `calls` calls.
 Compared CompareProcessorTime(const std::function<void()>& work,
                               const std::function<void()>& reference, int rounds, int calls);
 
