@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "faults.h"
+#include "open_files.h"
 #include "system_in.h"
 #include "text.h"
 
@@ -13,12 +14,6 @@ namespace fs = std::filesystem;
 
 namespace kxtest {
 namespace {
-
-std::size_t EntryCount(const fs::path& directory) {
-    std::error_code ignored;
-    const fs::directory_iterator entries(directory, ignored);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
 
 std::string Address(int change) {
     return "10.77." + std::to_string(change / 250) + "." + std::to_string(change % 250 + 1);

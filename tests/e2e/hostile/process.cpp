@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string>
 
+#include "open_files.h"
+
 namespace fs = std::filesystem;
 
 namespace kxtest {
@@ -12,12 +14,6 @@ namespace {
 
 fs::path Place(pid_t process) {
     return fs::path("/proc") / std::to_string(process);
-}
-
-std::size_t EntryCount(const fs::path& directory) {
-    std::error_code ignored;
-    const fs::directory_iterator entries(directory, ignored);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 }  // namespace

@@ -7,16 +7,12 @@
 #include <sstream>
 #include <string>
 
+#include "open_files.h"
+
 namespace fs = std::filesystem;
 
 namespace kxtest {
 namespace {
-
-std::size_t Entries(const fs::path& directory) {
-    std::error_code ignored;
-    const fs::directory_iterator entries(directory, ignored);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
 
 void ReadMemory(const fs::path& process, VitalSigns& signs) {
     std::ifstream file(process / "smaps_rollup");
@@ -66,8 +62,8 @@ VitalSigns LookAtProcess(pid_t process) {
     const fs::path directory = fs::path("/proc") / std::to_string(process);
     VitalSigns signs;
     ReadMemory(directory, signs);
-    signs.descriptors = Entries(directory / "fd");
-    signs.threads = Entries(directory / "task");
+    signs.descriptors = EntryCount(directory / "fd");
+    signs.threads = EntryCount(directory / "task");
     signs.children = ChildrenOf(process);
     return signs;
 }

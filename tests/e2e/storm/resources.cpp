@@ -9,28 +9,17 @@
 #include <iterator>
 #include <thread>
 
+#include "open_files.h"
+
 namespace fs = std::filesystem;
 
 namespace storm {
-namespace {
-
-std::size_t Entries(const char* directory) {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
-}
-
-}  // namespace
-
-std::size_t OpenDescriptors() {
-    return Entries("/proc/self/fd");
-}
-
 std::size_t Threads(std::size_t expected) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    std::size_t count = Entries("/proc/self/task");
+    std::size_t count = kxtest::EntryCount("/proc/self/task");
     while (count != expected && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        count = Entries("/proc/self/task");
+        count = kxtest::EntryCount("/proc/self/task");
     }
     return count;
 }

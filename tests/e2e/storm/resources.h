@@ -8,8 +8,6 @@
 
 namespace storm {
 
-std::size_t OpenDescriptors();
-
 // Waits until there are so many, since a thread that was joined is for a moment still listed; after
 // some seconds tells how many there are.
 std::size_t Threads(std::size_t expected);

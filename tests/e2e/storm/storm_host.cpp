@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "belongings.h"
+#include "open_files.h"
 #include "own_life.h"
 #include "phases.h"
 #include "resources.h"
@@ -176,7 +177,7 @@ class Storm {
     }
 
     void Count() {
-        m_descriptors = OpenDescriptors();
+        m_descriptors = kxtest::OpenDescriptors();
         m_threads = CountThreads();
         m_resident = ResidentKiB();
     }
@@ -185,7 +186,7 @@ class Storm {
     std::size_t CountThreads() const { return Watches("threads") ? Threads(m_threads) : m_threads; }
 
     void CompareCounts() {
-        const std::size_t descriptors = OpenDescriptors();
+        const std::size_t descriptors = kxtest::OpenDescriptors();
         const std::size_t threads = CountThreads();
         const std::size_t resident = ResidentKiB();
         const auto were = [](std::size_t before, std::size_t after) {

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "loaded_log.h"
+#include "open_files.h"
 
 namespace {
 
@@ -48,14 +49,14 @@ TEST_F(Library, ExportsItsInterfaceAndNothingElse) {
 
 TEST_F(Library, UnloadingClosesTheFile) {
     Unload();
-    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t descriptors = kxtest::OpenDescriptors();
     for (int i = 1; i <= 100; ++i) {
         Load();
         ASSERT_EQ(init(Directory().c_str(), 5), 0);
         output(3, "t", i, "x");
         Unload();
     }
-    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_EQ(kxtest::OpenDescriptors(), descriptors);
     EXPECT_EQ(LoggedTexts().size(), 100U);
     Load();
 }

@@ -88,12 +88,3 @@ bool LogTest::WaitUntil(const std::function<bool()>& done) {
     }
     return true;
 }
-
-std::size_t LogTest::OpenDescriptors() {
-    std::size_t count = 0;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        (void)entry;
-        ++count;
-    }
-    return count;
-}

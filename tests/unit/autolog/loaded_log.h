@@ -47,8 +47,6 @@ class LogTest : public kxtest::InstallationTest {
     // Calls `done` again and again until it is true; false when that took far too long.
     static bool WaitUntil(const std::function<bool()>& done);
 
-    static std::size_t OpenDescriptors();
-
     decltype(&autolog_init) init = nullptr;
     decltype(&error_output_check) check = nullptr;
     decltype(&error_output) output = nullptr;

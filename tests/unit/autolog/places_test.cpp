@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "loaded_log.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 
@@ -147,14 +148,14 @@ TEST_F(Places, UnusableArgumentsChangeNothing) {
 
 TEST_F(Places, InitialisingAgainLosesAndLeaksNothing) {
     ASSERT_EQ(init(Directory().c_str(), 5), 0);
-    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t descriptors = kxtest::OpenDescriptors();
     Lines expected;
     for (int i = 0; i < 100; ++i) {
         output(3, "t", i, "x");
         expected.push_back("t:" + std::to_string(i) + " x");
         ASSERT_EQ(init(Directory().c_str(), i % 2 == 0 ? 5 : 6), 0);
     }
-    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_EQ(kxtest::OpenDescriptors(), descriptors);
     EXPECT_EQ(LoggedTexts(), expected);
 }
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "installation.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 
@@ -38,11 +39,6 @@ void MakeEvents(std::int64_t size) {
     const int file = open(Events().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     ASSERT_EQ(write(file, "\n", 1), 1);
     close(file);
-}
-
-int OpenDescriptors() {
-    const auto all = fs::directory_iterator("/proc/self/fd");
-    return static_cast<int>(std::distance(begin(all), end(all)));
 }
 
 }  // namespace
@@ -151,13 +147,13 @@ TEST_F(TraceFile, IsNotWrittenThroughALink) {
 }
 
 TEST_F(TraceFile, KeepsNoDescriptorOpen) {
-    const int before = OpenDescriptors();
+    const std::size_t before = kxtest::OpenDescriptors();
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(bpsdk::AppendLine("{}\n"), 0);
     }
     MakeEvents(bpsdk::kLargestFile);
     ASSERT_EQ(bpsdk::AppendLine("{}\n"), 0);
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
 }
 
 TEST_F(TraceFile, KeepsLinesOfManyThreadsWhole) {

@@ -16,14 +16,11 @@
 #include "cl_ev.h"
 #include "loop.h"
 #include "on_isolated_thread.h"
+#include "open_files.h"
 
 namespace {
 
 void Nothing(cl_timerplus* /*timer*/) {}
-
-auto OpenDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
 
 // One worker as a module runs it: timers, a woken pass, an end with the timers still armed.
 void RunWorker() {
@@ -40,12 +37,12 @@ TEST(Closing, AHundredStartsAndStopsLoseNoDescriptorAndNoByte) {
     for (int warm_up = 0; warm_up < 10; ++warm_up) {
         RunWorker();
     }
-    const auto descriptors = OpenDescriptors();
+    const auto descriptors = kxtest::OpenDescriptors();
     const auto bytes = mallinfo2().uordblks;
     for (int round = 0; round < 100; ++round) {
         RunWorker();
     }
-    EXPECT_EQ(descriptors, OpenDescriptors());
+    EXPECT_EQ(descriptors, kxtest::OpenDescriptors());
     // The allocator's own bookkeeping moves by a few blocks. A block lost in every round, of 24
     // bytes at least, would show. (Under AddressSanitizer, which has no such figure, its leak check
     // tells.)
@@ -161,18 +158,18 @@ TEST(Closing, HappensWhenTheEntryLeavesThroughPthreadExit) {
         (void)cl_timerplus_start(0, 1000, Nothing, nullptr);
         pthread_exit(handle);
     };
-    const auto descriptors = OpenDescriptors();
+    const auto descriptors = kxtest::OpenDescriptors();
     ASSERT_EQ(0, cl_ev_create_isolated_thread(&thread, 0, entry, &timer));
     void* result = nullptr;
     ASSERT_EQ(0, pthread_join(thread, &result));
     EXPECT_EQ(&timer, result);
     EXPECT_NE(0, uv_is_closing(reinterpret_cast<uv_handle_t*>(&timer)));
-    EXPECT_EQ(descriptors, OpenDescriptors());
+    EXPECT_EQ(descriptors, kxtest::OpenDescriptors());
 }
 
 TEST(Closing, HappensOnAThreadThatMadeItsLoopItself) {
     std::thread([] { (void)cl_event_loop_once(); }).join();  // opens what libuv keeps
-    const auto descriptors = OpenDescriptors();
+    const auto descriptors = kxtest::OpenDescriptors();
     uv_timer_t timer;
     std::thread([&timer] {
         ASSERT_EQ(0, uv_timer_init(cl_event_loop_current(), &timer));
@@ -180,7 +177,7 @@ TEST(Closing, HappensOnAThreadThatMadeItsLoopItself) {
         ASSERT_NE(0, cl_event_loop_once());
     }).join();
     EXPECT_NE(0, uv_is_closing(reinterpret_cast<uv_handle_t*>(&timer)));
-    EXPECT_EQ(descriptors, OpenDescriptors());
+    EXPECT_EQ(descriptors, kxtest::OpenDescriptors());
     EXPECT_EQ(0, cl_ev::Loop::UncleanCount());
 }
 

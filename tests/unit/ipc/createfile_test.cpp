@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "installation.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 
@@ -23,17 +24,6 @@ using CreateFile = kxtest::InstallationTest;
 
 fs::path File() {
     return kxtest::InstallationRoot() / "file";
-}
-
-// The descriptor under which this process has the file open, or -1.
-int DescriptorOf(const fs::path& path) {
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        if (fs::read_symlink(entry.path(), error) == path) {
-            return std::stoi(entry.path().filename());
-        }
-    }
-    return -1;
 }
 
 // What write(2) does when it is set.
@@ -80,14 +70,14 @@ TEST_F(CreateFile, TheUmaskTakesRightsAway) {
 
 TEST_F(CreateFile, ChildProcessesDoNotInheritIt) {
     const CreatedFile file = CreateOrTruncate(File().c_str());
-    const int descriptor = DescriptorOf(File());
+    const int descriptor = kxtest::DescriptorOf(File());
     ASSERT_GE(descriptor, 0);
     EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(CreateFile, ClosesWithItsOwner) {
     { const CreatedFile file = CreateOrTruncate(File().c_str()); }
-    EXPECT_EQ(DescriptorOf(File()), -1);
+    EXPECT_EQ(kxtest::DescriptorOf(File()), -1);
 }
 
 TEST_F(CreateFile, MovesWithItsOwner) {
@@ -99,7 +89,7 @@ TEST_F(CreateFile, MovesWithItsOwner) {
     EXPECT_TRUE(kept.Write("x", 1));
     EXPECT_EQ(kxtest::ReadFile(File()), "x");
     kept = CreatedFile();
-    EXPECT_EQ(DescriptorOf(File()), -1);
+    EXPECT_EQ(kxtest::DescriptorOf(File()), -1);
 }
 
 TEST_F(CreateFile, DoesNotFollowASymbolicLinkToAFile) {

@@ -10,6 +10,7 @@
 #include "common/exitflag.h"
 #include "ipc/cfgparser.h"
 #include "ipc_fixture.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 using kxtest::Agent;
@@ -21,17 +22,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-// The descriptor under which this process has a file open, or -1.
-int DescriptorOf(const fs::path& path) {
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        if (fs::read_symlink(entry.path(), error) == path) {
-            return std::stoi(entry.path().filename());
-        }
-    }
-    return -1;
-}
 
 class NetConfigSteps : public kxtest::IpcTest {
   protected:
@@ -79,7 +69,7 @@ class NetConfigSteps : public kxtest::IpcTest {
         };
         Agent().ini_file_free = [this](ini_file*) {
             steps.emplace_back("free");
-            descriptor_at_free = DescriptorOf(file);
+            descriptor_at_free = kxtest::DescriptorOf(file);
         };
     }
 
@@ -128,12 +118,12 @@ TEST_F(NetConfigSteps, AMissingFileIsMadeBeforeItIsLoaded) {
 TEST_F(NetConfigSteps, ANewFileStaysOpenUntilAllElseIsReleased) {
     EXPECT_TRUE(Mirror());
     EXPECT_GE(descriptor_at_free, 0);
-    EXPECT_EQ(DescriptorOf(file), -1);
+    EXPECT_EQ(kxtest::DescriptorOf(file), -1);
 }
 
 TEST_F(NetConfigSteps, ANewFileIsNotInheritedByChildProcesses) {
     int flags = 0;
-    Agent().ini_file_free = [&](ini_file*) { flags = fcntl(DescriptorOf(file), F_GETFD); };
+    Agent().ini_file_free = [&](ini_file*) { flags = fcntl(kxtest::DescriptorOf(file), F_GETFD); };
     EXPECT_TRUE(Mirror());
     EXPECT_EQ(flags, FD_CLOEXEC);
 }
@@ -215,7 +205,7 @@ TEST_F(NetConfigSteps, EndWhenTheFileCannotBeLoaded) {
     EXPECT_THAT(steps, ElementsAre(kInit, kAcquire, "load it", "release", "destroy"));
     EXPECT_THAT(LoggedLines(),
                 ElementsAre(LogLine{2, "cfgparser", "load file " + expanded + " failed"}));
-    EXPECT_EQ(DescriptorOf(file), -1);
+    EXPECT_EQ(kxtest::DescriptorOf(file), -1);
 }
 
 TEST_F(NetConfigSteps, GoOnWhateverChangingTheSectionReturns) {

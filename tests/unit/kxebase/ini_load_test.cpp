@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ini_families.h"
+#include "open_files.h"
 
 namespace {
 
@@ -24,15 +25,6 @@ class IniLoad : public IniTest {
 std::string OfSize(std::size_t size) {
     const std::string first = "[a]\nx=";
     return first + std::string(size - first.size(), 'y');
-}
-
-std::size_t OpenDescriptors() {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        (void)entry;
-        ++count;
-    }
-    return count;
 }
 
 }  // namespace
@@ -95,11 +87,11 @@ TEST_P(IniLoad, FreeTakesNull) {
 }
 
 TEST_P(IniLoad, TheFileIsClosedAfterwards) {
-    const std::size_t before = OpenDescriptors();
+    const std::size_t before = kxtest::OpenDescriptors();
     const Ini ini = Document("[a]\nx=1\n");
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
     ExpectRefused(kxtest::WriteFile("x.ini", std::string_view("\0", 1)), EINVAL);
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
 }
 
 TEST_P(IniLoad, AnUnreadableFileIsRefused) {

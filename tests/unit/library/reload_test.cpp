@@ -9,6 +9,7 @@
 
 #include "installation.h"
 #include "loaded_module.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 
@@ -24,14 +25,8 @@ namespace {
 constexpr int kRounds = 100;
 constexpr int kWarmUp = 10;  // fills caches of the C library and of the loader
 
-std::size_t OpenDescriptors() {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 std::size_t Threads() {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+    return kxtest::EntryCount("/proc/self/task");
 }
 
 void OneLife() {
@@ -69,7 +64,7 @@ TEST_F(Reload, AHundredTimesLeaveNoThreadNoDescriptorAndNoMemory) {
     for (int i = 0; i < kWarmUp; ++i) {
         OneLife();
     }
-    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t descriptors = kxtest::OpenDescriptors();
     const std::size_t threads = Threads();
     // Sanitizers count nothing here; they tell of leaks in their own way at the end.
     const std::size_t allocated = mallinfo2().uordblks;
@@ -77,7 +72,7 @@ TEST_F(Reload, AHundredTimesLeaveNoThreadNoDescriptorAndNoMemory) {
         OneLife();
         ASSERT_FALSE(IsMapped("libkxepinfo.so")) << i;
     }
-    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_EQ(kxtest::OpenDescriptors(), descriptors);
     EXPECT_EQ(Threads(), threads);
     // One bus address a round remains, and nothing else.
     EXPECT_LE(mallinfo2().uordblks, allocated + kRounds * 128);

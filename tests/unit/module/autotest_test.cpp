@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "cycle_fixture.h"
+#include "open_files.h"
 
 using ::testing::Contains;
 using ::testing::MatchesRegex;
@@ -161,15 +162,11 @@ TEST_F(Dump, IsSkippedSilentlyWhenItCannotBeOpened) {
 
 TEST_F(Dump, IsSkippedSilentlyAndClosedWithoutMemoryForAStream) {
     Enable();
-    const auto open_descriptors = [] {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const auto before = open_descriptors();
+    const std::size_t before = kxtest::OpenDescriptors();
     no_streams = true;
     const int result = Run();
     no_streams = false;
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
     EXPECT_EQ(Text(), "");
 }

@@ -14,6 +14,7 @@
 #include <new>
 #include <thread>
 
+#include "open_files.h"
 #include "server.h"
 
 namespace fs = std::filesystem;
@@ -302,10 +303,6 @@ TEST_F(LifecycleTest, AMessageCallbackMayLeave) {
     EXPECT_EQ(1, leaver.calls);
 }
 
-auto OpenDescriptors() {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-}
-
 // One worker as a module runs it, with a peer in the same thread: a request answered, one open, one
 // refused, one long one half written; the configuration centre's address never released.
 void RunWorker() {
@@ -334,12 +331,12 @@ TEST_F(LifecycleTest, AHundredStartsAndStopsLoseNoDescriptorAndNoByte) {
     for (int warm_up = 0; warm_up < 10; ++warm_up) {
         RunWorker();
     }
-    const auto descriptors = OpenDescriptors();
+    const auto descriptors = kxtest::OpenDescriptors();
     const auto bytes = mallinfo2().uordblks;
     for (int round = 0; round < 100; ++round) {
         RunWorker();
     }
-    EXPECT_EQ(descriptors, OpenDescriptors());
+    EXPECT_EQ(descriptors, kxtest::OpenDescriptors());
     // The allocator's own bookkeeping moves by a few blocks. A block lost in every round, of 24
     // bytes at least, would show. (Under AddressSanitizer, which has no such figure, its leak check
     // tells.)

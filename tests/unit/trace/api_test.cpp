@@ -11,6 +11,7 @@
 
 #include "fake_agent.h"
 #include "log_capture.h"
+#include "open_files.h"
 #include "trace_fixture.h"
 
 using kxtest::CallsOf;
@@ -252,10 +253,7 @@ TEST_F(ApiTest, LeavesNoDescriptorOpen) {
     InstallSdk("sdk");
     InstallNoxipc("noxipc_7");
     kxtest::WriteFile("config/agent_cfg.json", R"({"version": {"components": "6.0.1"}})");
-    const auto count = [] {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    };
-    const auto before = count();
+    const std::size_t before = kxtest::OpenDescriptors();
     const kxtest::Api api = NewApi();
-    EXPECT_EQ(count(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
 }

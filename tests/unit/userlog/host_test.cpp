@@ -7,15 +7,11 @@
 
 #include "accounting_file.h"
 #include "installation.h"
+#include "open_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-auto CountDescriptors() {
-    const fs::directory_iterator descriptors("/proc/self/fd");
-    return std::distance(begin(descriptors), end(descriptors));
-}
 
 // The host, in the middle of a file of its own with the C library's reader.
 class HostReader {
@@ -61,9 +57,9 @@ TEST_F(UserLog, IsReadWhileTheFileIsLocked) {
 
 TEST_F(UserLog, LeavesNoDescriptorBehind) {
     LayDown({Login("alice")});
-    const auto before = CountDescriptors();
+    const auto before = kxtest::OpenDescriptors();
     (void)Collect();
     LayDown({});
     (void)Collect(-1);
-    EXPECT_EQ(CountDescriptors(), before);
+    EXPECT_EQ(kxtest::OpenDescriptors(), before);
 }
