@@ -113,16 +113,8 @@ void Traffic::ChangeConfiguration() {
 
 // Whether there is an answer depends on who lives.
 void Traffic::Ask(int turn) const {
-    switch (turn % 3) {
-        case 0:
-            (void)m_agent.Ctl({"heartbeat", "1"});
-            break;
-        case 1:
-            (void)m_agent.Ctl({"notify"});
-            break;
-        default:
-            (void)m_agent.Ctl({"online"});
-    }
+    const std::vector<std::string> questions[] = {{"heartbeat", "1"}, {"notify"}, {"online"}};
+    (void)m_agent.Ctl(questions[turn % 3]);
 }
 
 // A lock or a file that somebody left in a bad state would end it.

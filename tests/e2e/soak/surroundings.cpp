@@ -87,16 +87,8 @@ void Surroundings::LogIn(int turn) {
 }
 
 void Surroundings::Ask(int turn) const {
-    switch (turn % 3) {
-        case 0:
-            (void)m_agent.Ctl({"heartbeat", "1"});
-            break;
-        case 1:
-            (void)m_agent.Ctl({"notify"});
-            break;
-        default:
-            (void)m_agent.Ctl({"heartbeat", "0"});
-    }
+    const std::vector<std::string> told[] = {{"heartbeat", "1"}, {"notify"}, {"heartbeat", "0"}};
+    (void)m_agent.Ctl(told[turn % 3]);
 }
 
 void Surroundings::ChangeBefore(int cycle) {
