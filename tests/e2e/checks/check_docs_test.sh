@@ -76,56 +76,38 @@ expect() {
     plant
 }
 
-# change FILE SED_SCRIPT
-change() {
-    sed -i "$2" "$tree/$1"
+# refused TEXT FILE SED_SCRIPT: with the file changed so, a line that holds the text refuses the tree.
+refused() {
+    sed -i "$3" "$tree/$2"
+    expect "$1"
 }
 
 plant
 expect
 
-change docs/operations.md '/lost %d/d'
-expect 'no row for: | E | `noxipc` | `lost %d` |'
-change docs/operations.md 's/| E | `netinfo` | `cut/| C | `netinfo` | `cut/'
-expect 'no row for: | E | '
-change docs/operations.md 's/`noxipc`/`netinfo`/'
-expect 'a row for what nothing logs'
-change agent/noxipc/b.cpp 's/lost/gone/'
-expect 'a row for what nothing logs: | E | `noxipc` | `lost %d` |'
-change agent/noxipc/b.cpp 's/"lost %d"/"%s"/'
-expect 'tell TEXTS_ELSEWHERE'
-change agent/noxipc/b.cpp 's/kLogError/kLogInformation/'
-expect 'a row for what nothing logs'
+refused 'no row for: | E | `noxipc` | `lost %d` |' docs/operations.md '/lost %d/d'
+refused 'no row for: | E | ' docs/operations.md 's/| E | `netinfo` | `cut/| C | `netinfo` | `cut/'
+refused 'a row for what nothing logs' docs/operations.md 's/`noxipc`/`netinfo`/'
+refused 'a row for what nothing logs: | E | `noxipc` | `lost %d` |' agent/noxipc/b.cpp 's/lost/gone/'
+refused 'tell TEXTS_ELSEWHERE' agent/noxipc/b.cpp 's/"lost %d"/"%s"/'
+refused 'a row for what nothing logs' agent/noxipc/b.cpp 's/kLogError/kLogInformation/'
 
-change docs/operations.md '/`no module`/d'
-expect 'no row for a complaint of apps/kxehost/c.cpp'
-change apps/kxehost/c.cpp 's/no module/no host/'
-expect 'a row for what no program says'
+refused 'no row for a complaint of apps/kxehost/c.cpp' docs/operations.md '/`no module`/d'
+refused 'a row for what no program says' apps/kxehost/c.cpp 's/no module/no host/'
 
-change docs/configuration.md '/\[connect\] ip/d'
-expect 'no row for the key [connect] ip'
-change src/ipc/a.cpp 's/"ip"/"address"/'
-expect 'a row for a key that nothing reads or writes: [connect] ip'
-change src/ipc/a.cpp 's/"ip"/key.c_str()/'
-expect 'tell KEYS_ELSEWHERE'
-change packaging/man/kxepinfo.5 's/ip/address/'
-expect 'in the code or on the page alone: [connect] ip'
-change src/ipc/a.cpp 's/connect\.ini/other.ini/'
-expect 'does not name var/other.ini, which src/ipc/a.cpp uses'
-change src/ipc/a.cpp 's,@/../var/connect.ini,@/flag,'
-expect 'does not name bin/flag, which src/ipc/a.cpp uses'
+refused 'no row for the key [connect] ip' docs/configuration.md '/\[connect\] ip/d'
+refused 'a row for a key that nothing reads or writes: [connect] ip' src/ipc/a.cpp 's/"ip"/"address"/'
+refused 'tell KEYS_ELSEWHERE' src/ipc/a.cpp 's/"ip"/key.c_str()/'
+refused 'in the code or on the page alone: [connect] ip' packaging/man/kxepinfo.5 's/ip/address/'
+refused 'does not name var/other.ini, which src/ipc/a.cpp uses' src/ipc/a.cpp 's/connect\.ini/other.ini/'
+refused 'does not name bin/flag, which src/ipc/a.cpp uses' src/ipc/a.cpp 's,@/../var/connect.ini,@/flag,'
 
-change docs/wire-format.md 's/10/9/'
-expect 'no message has a field uVmid with the number 9'
-change docs/wire-format.md 's/uVmid/cmd/'
-expect 'no row for the field uvmid'
+refused 'no message has a field uVmid with the number 9' docs/wire-format.md 's/10/9/'
+refused 'no row for the field uvmid' docs/wire-format.md 's/uVmid/cmd/'
 
-change docs/configuration.md 's/(operations.md)/(operation.md)/'
-expect 'no such file: operation.md'
-change docs/configuration.md 's/(#the-keys-all-of-them)/(#the-keys)/'
-expect 'no such heading: #the-keys'
-change docs/operations.md 's/#the-keys-all-of-them/#keys/'
-expect 'no such heading: configuration.md#keys'
+refused 'no such file: operation.md' docs/configuration.md 's/(operations.md)/(operation.md)/'
+refused 'no such heading: #the-keys' docs/configuration.md 's/(#the-keys-all-of-them)/(#the-keys)/'
+refused 'no such heading: configuration.md#keys' docs/operations.md 's/#the-keys-all-of-them/#keys/'
 
 ((failures == 0)) && echo "$expectations expectations held"
 exit "$((failures > 0))"
