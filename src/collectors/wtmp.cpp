@@ -21,6 +21,7 @@ static_assert(USER_PROCESS == 7);
 
 constexpr off_t kRecordSize = sizeof(utmp);
 constexpr off_t kBlockRecords = 64;
+constexpr off_t kLeastHole = 4096;  // bytes; shorter ones are read
 
 // Fills the bytes from that place of the file; false when it ends before, or cannot be read.
 bool ReadAll(int descriptor, std::span<std::byte> bytes, off_t from) {
@@ -45,6 +46,30 @@ off_t CountRecords(int descriptor) {
     return fstat(descriptor, &status) == 0 ? status.st_size / kRecordSize : 0;
 }
 
+// Where the hole of the file that reaches up to `end` begins; `end` when there is none, or when the
+// file system does not tell. Steps that double, and halve where one is too long, find it.
+off_t FindHole(int descriptor, off_t end) {
+    off_t begin = end;
+    off_t step = kLeastHole;
+    while (begin > 0 && step >= kLeastHole) {
+        const off_t from = std::max(begin - step, off_t{0});
+        const off_t data = lseek(descriptor, from, SEEK_DATA);
+        if (data >= begin || (data < 0 && errno == ENXIO)) {
+            begin = from;
+            step *= 2;
+        } else {
+            step /= 2;
+        }
+    }
+    return begin;
+}
+
+// How many of the first `count` records are not, with all their bytes, in a hole at their end.
+// Those that are hold zero bytes, and so no login.
+off_t WithoutHole(int descriptor, off_t count) {
+    return (FindHole(descriptor, count * kRecordSize) + kRecordSize - 1) / kRecordSize;
+}
+
 bool IsLogin(const utmp& record) {
     return record.ut_type == USER_PROCESS;
 }
@@ -67,6 +92,9 @@ std::optional<utmp> LastEntryWhenSomebodyLoggedIn(int descriptor) {
         }
         if (std::any_of(records.begin(), records.end(), IsLogin)) {
             return last;
+        }
+        if (records.front().ut_type == EMPTY) {
+            end = WithoutHole(descriptor, end);
         }
     }
     return std::nullopt;

@@ -16,7 +16,8 @@
 // read, as a directory, a pipe or a device, or becomes shorter while it is read.
 //
 // Reads backwards as far as the newest USER_PROCESS record, with memory that does not depend on the
-// file's size, and leaves the descriptor's position alone. What is appended meanwhile is not seen.
+// file's size, and moves the descriptor's position. Holes are not read: a file of a tebibyte that
+// holds nothing takes no time. What is appended meanwhile is not seen.
 std::optional<utmp> LastEntryWhenSomebodyLoggedIn(int descriptor);
 
 #endif  // KXEPINFO_COLLECTORS_WTMP_H

@@ -1,4 +1,9 @@
 // Where in the file the login may be, and what files of every size cost.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include "accounting_file.h"
 
 namespace {
@@ -80,6 +85,67 @@ TEST_F(UserLog, CostsTheSameWhateverTheSizeOfTheUsualFile) {
     const std::size_t bytes = BytesRead(std::vector<utmp>(100, Login("alice")), 0);
     EXPECT_GT(bytes, 0U);
     EXPECT_EQ(BytesRead(std::vector<utmp>(5000, Login("alice")), 0), bytes);
+}
+
+// Read byte for byte, it would take minutes in each cycle.
+class SparseUserLog : public UserLog {
+  protected:
+    static constexpr off_t kTebibyte = off_t{1} << 40U;
+
+    void SetUp() override {
+        UserLog::SetUp();
+        LayDown({});
+        Grow();
+        const int file = open(AccountingPath().c_str(), O_RDONLY | O_CLOEXEC);
+        const bool tells = lseek(file, 0, SEEK_DATA) < 0 && errno == ENXIO;
+        (void)close(file);
+        if (!tells) {
+            GTEST_SKIP() << "the file system does not tell holes";
+        }
+    }
+
+    // Appends a hole up to that size.
+    static void Grow(off_t size = kTebibyte) {
+        ASSERT_EQ(truncate(AccountingPath().c_str(), size), 0) << errno;
+    }
+
+    // Writes a record, whose place is counted from the file's begin.
+    static void Put(const utmp& record, off_t place) {
+        const int file = open(AccountingPath().c_str(), O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(pwrite(file, &record, sizeof record, place * ssize_t{sizeof record}),
+                  ssize_t{sizeof record});
+        (void)close(file);
+    }
+};
+
+TEST_F(SparseUserLog, OfAFileThatIsAllHoleIsNone) {
+    ExpectNone(Collect(-1));
+}
+
+TEST_F(SparseUserLog, IsTheEmptyEntryAtTheEndOfAHoleBehindALogin) {
+    Put(Login("alice"), 0);
+    EXPECT_EQ(Collect().login_name, std::string(32, '\0'));
+    EXPECT_EQ(Collect().login_time, "1970-01-01 00:00:00");
+}
+
+TEST_F(SparseUserLog, IsFoundBetweenHoles) {
+    for (const off_t place : {1, 10, 11, 63, 64, 1000, 1000003, 2000000007}) {
+        Grow(0);
+        Grow(kTebibyte);
+        ExpectNone(Collect(-1));
+        Put(Login("alice"), place);
+        EXPECT_EQ(Collect().login_time, "1970-01-01 00:00:00") << place;
+        Grow((place + 1) * ssize_t{sizeof(utmp)});
+        EXPECT_EQ(UserOf(Collect()), "alice") << place;
+    }
+}
+
+TEST_F(SparseUserLog, IsFoundBehindHolesAndOtherEntries) {
+    Put(Login("alice"), 1000);
+    for (off_t place = 100000; place < 2000000000; place *= 3) {
+        Put(Logout(), place);
+    }
+    EXPECT_EQ(Collect().login_time, "1970-01-01 00:00:00");
 }
 
 TEST_F(UserLog, ReadsAFileWithoutLoginsOnce) {
