@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <thread>
 
+#include "collectors/leftbehind.h"
 #include "common/exitflag.h"
 
 namespace {
@@ -68,6 +69,7 @@ class Start {
 
 ShellCommand::ShellCommand(const char* command, milliseconds limit)
     : m_deadline(Clock::now() + limit) {
+    ReapLeftBehind();
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return;
@@ -83,11 +85,19 @@ ShellCommand::~ShellCommand() {
     }
     // Asked first: the shell may have ended, and what it started goes on and holds the output.
     if (IsStarted() && (IsTimeUp() || !WaitForEnd())) {
-        (void)kill(-m_process, SIGKILL);
-        const Clock::time_point end = Clock::now() + kKilled;
-        while (!HasEnded() && Clock::now() < end) {
-            std::this_thread::sleep_for(kFirstPause);
+        Kill();
+    }
+}
+
+void ShellCommand::Kill() const {
+    (void)kill(-m_process, SIGKILL);
+    const Clock::time_point end = Clock::now() + kKilled;
+    while (!HasEnded()) {
+        if (Clock::now() >= end) {
+            LeaveBehind(m_process);
+            return;
         }
+        std::this_thread::sleep_for(kFirstPause);
     }
 }
 

@@ -18,8 +18,8 @@ class ShellCommand {
     ShellCommand(const char* command, std::chrono::milliseconds limit);
 
     // Closes its output and waits for its end, until its time is up; then its process group
-    // is killed. A process that outlives even that, since the kernel holds it, is left
-    // behind after a second.
+    // is killed. A process that outlives even that by a second, since the kernel holds it, is left
+    // behind (leftbehind.h); the next command's begin takes its status.
     ~ShellCommand();
 
     ShellCommand(const ShellCommand&) = delete;
@@ -39,6 +39,7 @@ class ShellCommand {
     bool IsTimeUp();
     bool WaitForEnd();
     bool HasEnded() const;
+    void Kill() const;
 
     Clock::time_point m_deadline;
     bool m_stopping = false;  // seen that a stop is requested

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "cl_ev.h"
+#include "collectors/leftbehind.h"
 #include "common/exitflag.h"
 #include "common/log.h"
 #include "common/path.h"
@@ -124,6 +125,7 @@ int Work(int* exit_flag, _stTimerArg& timer_arg) {
     }
     const int result = UseBus(*ipc, exit_flag, timer_arg);
     ipc->IpcUnit();
+    ForgetLeftBehind();
     return result;
 }
 

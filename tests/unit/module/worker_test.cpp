@@ -4,10 +4,13 @@
 
 #include <csignal>
 
+#include "child_process.h"
+#include "collectors/leftbehind.h"
 #include "common/state.h"
 #include "epinfo.pb.h"
 #include "fake_agent.h"
 #include "module/timer.h"
+#include "open_files.h"
 #include "worker_fixture.h"
 
 using ::testing::Contains;
@@ -115,6 +118,16 @@ TEST_F(Worker, SignalsAreBlockedWhileItRunsButThoseOfFaults) {
     EXPECT_EQ(Run(), 0);
     EXPECT_TRUE(looked);
     EXPECT_FALSE(blocked(SIGALRM));
+}
+
+TEST_F(Worker, ForgetsTheProcessesThatItLeftBehind) {
+    const pid_t child = kxtest::InChild([] { return pause(); });
+    const std::size_t descriptors = kxtest::OpenDescriptors();
+    LeaveBehind(child);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(kxtest::OpenDescriptors(), descriptors);
+    EXPECT_EQ(kill(child, SIGKILL), 0);
+    EXPECT_EQ(kxtest::ExitOf(child), -SIGKILL);
 }
 
 TEST_F(Worker, NullFlagIsMinusOne) {

@@ -250,6 +250,19 @@ TEST_F(Command, LeavesNoChildProcess) {
     EXPECT_EQ(errno, ECHILD);
 }
 
+TEST_F(Command, TakesTheStatusOfAnEarlierOneThatHasOutlivedBeingKilled) {
+    pid_t process = 0;
+    Machine().waitpid = [&](pid_t asked, int*, int) {
+        process = asked;
+        return 0;  // as long as the kernel holds it
+    };
+    EXPECT_EQ(Capture("sleep 60", 64, 10ms), (Result{-1, ""}));
+    Machine().waitpid = nullptr;
+    EXPECT_EQ(kill(process, 0), 0);
+    EXPECT_EQ(Capture("echo a"), (Result{0, "a"}));
+    EXPECT_EQ(kill(process, 0), -1);
+}
+
 TEST_F(Command, WorksInAHostThatIgnoresSigchld) {
     const Ignored ignored(SIGCHLD);
     EXPECT_EQ(Capture("echo a"), (Result{0, "a"}));

@@ -21,6 +21,8 @@ int __real_pipe2(int ends[2], int flags);
 int __wrap_pipe2(int ends[2], int flags);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 ssize_t __wrap_read(int file, void* buffer, std::size_t size);
+pid_t __real_waitpid(pid_t process, int* status, int options);
+pid_t __wrap_waitpid(pid_t process, int* status, int options);
 int __real_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
                        const posix_spawnattr_t* attributes, char* const arguments[],
                        char* const environment[]);
@@ -75,6 +77,11 @@ int __wrap_pipe2(int ends[2], int flags) {
 
 ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
     return Machine().read ? Machine().read(file, buffer, size) : __real_read(file, buffer, size);
+}
+
+pid_t __wrap_waitpid(pid_t process, int* status, int options) {
+    return Machine().waitpid ? Machine().waitpid(process, status, options)
+                             : __real_waitpid(process, status, options);
 }
 
 int __wrap_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,

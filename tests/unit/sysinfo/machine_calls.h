@@ -16,6 +16,7 @@ struct MachineCalls {
     std::function<int(const char* path, struct stat* status)> stat;
     std::function<int(int ends[2], int flags)> pipe2;
     std::function<ssize_t(int file, void* buffer, std::size_t size)> read;
+    std::function<pid_t(pid_t process, int* status, int options)> waitpid;
     // The shell command to be run in the place of `command`; with nothing it cannot be started.
     std::function<std::optional<std::string>(const std::string& command)> shell;
 };
