@@ -38,7 +38,8 @@ function(kx_precompiled_headers target)
   target_precompile_headers(${target} REUSE_FROM kx_test_headers)
   get_target_property(sources ${target} SOURCES)
   list(FILTER sources INCLUDE REGEX "[.]c$")
-  set_source_files_properties(${sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+  set_source_files_properties(${sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+                              SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # kx_unit_test(NAME SOURCES ... [LINK ...])
