@@ -1,109 +1,86 @@
 #include "kxectl/archive.h"
 
-#include <zlib.h>
+#include <archive.h>
+#include <archive_entry.h>
 
-#include <algorithm>
-#include <array>
-#include <limits>
+#include <cerrno>
+#include <memory>
+#include <new>
 #include <stdexcept>
 
 namespace kxectl {
 
 namespace {
 
-constexpr std::size_t kBlock = 512;
-
-// Where the fields of a header are, and how long they are with a closing zero.
-struct Field {
-    std::size_t offset;
-    std::size_t size;
+struct FreeArchive {
+    // Of one that is not whole it throws away what it was given.
+    void operator()(archive* writer) const { (void)archive_write_free(writer); }
 };
-constexpr Field kName{0, 100};
-constexpr Field kMode{100, 8};
-constexpr Field kUser{108, 8};
-constexpr Field kGroup{116, 8};
-constexpr Field kSize{124, 12};
-constexpr Field kTime{136, 12};
-constexpr Field kChecksum{148, 8};
-constexpr std::size_t kType = 156;
-constexpr std::size_t kMagic = 257;
+using Writer = std::unique_ptr<archive, FreeArchive>;
 
-using Header = std::array<char, kBlock>;
+struct FreeEntry {
+    void operator()(archive_entry* header) const { archive_entry_free(header); }
+};
+using Header = std::unique_ptr<archive_entry, FreeEntry>;
 
-// As many octal digits as there is room for before the closing zero.
-void SetOctal(Header& header, const Field& field, unsigned long long number) {
-    for (std::size_t digit = field.size - 1; digit > 0; --digit) {
-        header[field.offset + digit - 1] = static_cast<char>('0' + (number & 7U));
-        number >>= 3U;
+// The library is in C: no exception may pass through it.
+la_ssize_t Append(archive* writer, void* packed, const void* bytes, std::size_t size) {
+    try {
+        static_cast<std::string*>(packed)->append(static_cast<const char*>(bytes), size);
+        return static_cast<la_ssize_t>(size);
+    } catch (const std::bad_alloc&) {
+        archive_set_error(writer, ENOMEM, "no memory");
+        return -1;
     }
-    header[field.offset + field.size - 1] = '\0';
 }
 
-Header MakeHeader(const Entry& entry, std::time_t time) {
-    if (entry.name.empty() || entry.name.size() >= kName.size) {
-        throw std::invalid_argument("not a name in an archive: " + entry.name);
+void Check(archive* writer, la_ssize_t result) {
+    if (result < ARCHIVE_OK) {
+        const char* const reason = archive_error_string(writer);
+        throw std::runtime_error(std::string("cannot make an archive: ") +
+                                 (reason != nullptr ? reason : "no memory"));
     }
-    Header header{};
-    entry.name.copy(header.data() + kName.offset, kName.size - 1);
-    SetOctal(header, kMode, 0600);
-    SetOctal(header, kUser, 0);
-    SetOctal(header, kGroup, 0);
-    SetOctal(header, kSize, entry.content.size());
-    SetOctal(header, kTime, static_cast<unsigned long long>(std::max(time, std::time_t{0})));
-    header[kType] = '0';  // a regular file
-    constexpr char kUstar[] = {'u', 's', 't', 'a', 'r', '\0', '0', '0'};
-    std::copy(std::begin(kUstar), std::end(kUstar), header.begin() + kMagic);
-    // The sum counts its own field as blanks.
-    std::fill_n(header.begin() + kChecksum.offset, kChecksum.size, ' ');
-    unsigned sum = 0;
-    for (const char byte : header) {
-        sum += static_cast<unsigned char>(byte);
-    }
-    SetOctal(header, {kChecksum.offset, kChecksum.size - 1}, sum);
-    return header;
 }
 
-std::string Tar(const std::vector<Entry>& entries, std::time_t time) {
-    std::string tar;
-    for (const Entry& entry : entries) {
-        const Header header = MakeHeader(entry, time);
-        tar.append(header.data(), header.size());
-        tar += entry.content;
-        tar.resize((tar.size() + kBlock - 1) / kBlock * kBlock, '\0');
+// `packed` must outlive the writer.
+Writer OpenWriter(std::string& packed) {
+    Writer writer(archive_write_new());
+    if (writer == nullptr) {
+        throw std::bad_alloc();
     }
-    tar.resize(tar.size() + 2 * kBlock, '\0');  // the end
-    return tar;
+    Check(writer.get(), archive_write_set_format_ustar(writer.get()));
+    Check(writer.get(), archive_write_add_filter_gzip(writer.get()));
+    // The time of packing is no fact of the content.
+    Check(writer.get(),
+          archive_write_set_filter_option(writer.get(), "gzip", "timestamp", nullptr));
+    Check(writer.get(), archive_write_set_bytes_in_last_block(writer.get(), 1));  // no padding
+    Check(writer.get(), archive_write_open(writer.get(), &packed, nullptr, Append, nullptr));
+    return writer;
+}
+
+void WriteEntry(archive* writer, const Entry& entry, std::time_t time) {
+    const Header header(archive_entry_new());
+    if (header == nullptr) {
+        throw std::bad_alloc();
+    }
+    archive_entry_set_pathname(header.get(), entry.name.c_str());
+    archive_entry_set_filetype(header.get(), AE_IFREG);
+    archive_entry_set_perm(header.get(), 0600);
+    archive_entry_set_size(header.get(), static_cast<la_int64_t>(entry.content.size()));
+    archive_entry_set_mtime(header.get(), time, 0);
+    Check(writer, archive_write_header(writer, header.get()));
+    Check(writer, archive_write_data(writer, entry.content.data(), entry.content.size()));
 }
 
 }  // namespace
 
 std::string TarGz(const std::vector<Entry>& entries, std::time_t time) {
-    std::string tar = Tar(entries, time);
-    if (tar.size() > std::numeric_limits<uInt>::max()) {
-        throw std::runtime_error("too much for an archive");
-    }
-    constexpr int kWithGzipHeader = 15 + 16;
-    z_stream stream{};
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kWithGzipHeader, 8,
-                     Z_DEFAULT_STRATEGY) != Z_OK) {
-        throw std::runtime_error("cannot compress");
-    }
     std::string packed;
-    int result = Z_MEM_ERROR;
-    try {
-        packed.resize(deflateBound(&stream, static_cast<uLong>(tar.size())));
-        stream.next_in = reinterpret_cast<Bytef*>(tar.data());
-        stream.avail_in = static_cast<uInt>(tar.size());
-        stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-        stream.avail_out = static_cast<uInt>(packed.size());
-        result = deflate(&stream, Z_FINISH);
-    } catch (const std::bad_alloc&) {  // told below
+    const Writer writer = OpenWriter(packed);
+    for (const Entry& entry : entries) {
+        WriteEntry(writer.get(), entry, time);
     }
-    packed.resize(stream.total_out);
-    (void)deflateEnd(&stream);  // nothing of it is needed any more
-    if (result != Z_STREAM_END) {
-        throw std::runtime_error("cannot compress");
-    }
+    Check(writer.get(), archive_write_close(writer.get()));
     return packed;
 }
 

@@ -4,8 +4,8 @@
 # To build and run the agent.
 packages_build=(
     build-essential cmake ninja-build pkg-config
-    libcli11-dev libcpp-httplib-dev libjansson-dev libprotobuf-dev libsimpleini-dev libspdlog-dev
-    libsqlite3-dev libuv1-dev protobuf-compiler zlib1g-dev
+    libarchive-dev libcli11-dev libcpp-httplib-dev libjansson-dev libprotobuf-dev libsimpleini-dev
+    libspdlog-dev libsqlite3-dev libuv1-dev protobuf-compiler
 )
 
 # To make Debian packages (scripts/package).
