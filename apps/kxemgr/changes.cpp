@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "common/text.h"
-#include "kxemgr/words.h"
+#include "common/words.h"
 
 namespace kxemgr {
 
@@ -139,10 +139,10 @@ std::string InWords(const bf_kxepinfo::epinfo_msg_login& section) {
     }
     // Each by itself: a zero byte ends one of them, not all.
     const auto& login = section.usr_info(0);
-    const std::string name = ShownText(login.login_name());
-    const std::string host = ShownText(login.login_ip());
+    const std::string name = kxapp::ShownText(login.login_name());
+    const std::string host = kxapp::ShownText(login.login_ip());
     return (name.empty() ? "(no name)" : name) + (host.empty() ? "" : " from " + host) + " at " +
-           ShownText(login.login_time());
+           kxapp::ShownText(login.login_time());
 }
 
 }  // namespace

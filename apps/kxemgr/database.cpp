@@ -70,7 +70,7 @@ Database::Database(Connection connection)
       m_insert_upload(*m_connection, kInsertUpload),
       m_recorder(*m_connection) {}
 
-std::optional<bool> Database::keep(const Upload& upload, std::string& fault) {
+std::optional<bool> Database::keep(const kxapp::Upload& upload, std::string& fault) {
     try {
         return keep(upload);
     } catch (const SqliteError& error) {
@@ -79,7 +79,7 @@ std::optional<bool> Database::keep(const Upload& upload, std::string& fault) {
     }
 }
 
-bool Database::keep(const Upload& upload) {
+bool Database::keep(const kxapp::Upload& upload) {
     check_that_file_is_there();
     Transaction transaction(*m_connection);
     const bool duplicate = m_recorder.record(upload);
@@ -88,7 +88,7 @@ bool Database::keep(const Upload& upload) {
     return duplicate;
 }
 
-void Database::insert_upload(const Upload& upload, bool duplicate) {
+void Database::insert_upload(const kxapp::Upload& upload, bool duplicate) {
     const std::optional<std::string> source = kxapp::RepairUtf8(upload.from);
     const Run run(m_insert_upload);
     run->bind(1, Milliseconds(upload.received));

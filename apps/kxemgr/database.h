@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "common/upload.h"
 #include "kxemgr/recorder.h"
 #include "kxemgr/sqlite.h"
-#include "kxemgr/upload.h"
 
 namespace kxemgr {
 
@@ -30,12 +30,12 @@ class Database {
     // When it returns, the upload is on disk: neither the end of this process nor of the machine
     // loses it. Nothing when it could not be kept; `fault` then tells why, in words, and the
     // database is as before. The next one may be kept again: a disk gets room, a lock ends.
-    std::optional<bool> keep(const Upload& upload, std::string& fault);
+    std::optional<bool> keep(const kxapp::Upload& upload, std::string& fault);
 
   private:
     explicit Database(Connection connection);
-    bool keep(const Upload& upload);
-    void insert_upload(const Upload& upload, bool duplicate);
+    bool keep(const kxapp::Upload& upload);
+    void insert_upload(const kxapp::Upload& upload, bool duplicate);
     void check_that_file_is_there();
 
     Connection m_connection;

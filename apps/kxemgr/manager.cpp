@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "common/block.h"
 #include "common/complain.h"
+#include "common/json_line.h"
 #include "kxemgr/answer.h"
-#include "kxemgr/block.h"
-#include "kxemgr/json_line.h"
 
 namespace kxemgr {
 
@@ -38,7 +38,7 @@ kxapp::Reply Manager::handle(const kxapp::Request& request) {
         return {kxapp::Delivery::kNever, 0, {}};
     }
     std::string fault;
-    const auto upload = ReadUpload(request, Now(), fault);
+    const auto upload = kxapp::ReadUpload(request, Now(), fault);
     if (!upload) {
         kxapp::Complain("bad upload from %s: %s", from.c_str(), fault.c_str());
         m_observer.on_bad_upload();
@@ -47,18 +47,19 @@ kxapp::Reply Manager::handle(const kxapp::Request& request) {
     return accept(*upload);
 }
 
-kxapp::Reply Manager::accept(const Upload& upload) {
+kxapp::Reply Manager::accept(const kxapp::Upload& upload) {
     ++m_received;
     const std::string_view fault = m_faults.take();
     auto answer = answer_to(upload);
     ApplyToMessage(fault, answer);
-    m_failed = !kxapp::WriteOut(m_options.json ? JsonLine(upload, fault, answer)
-                                               : Block(upload) + AnswerInWords(answer));
+    m_failed =
+        !kxapp::WriteOut(m_options.json ? kxapp::JsonLine(upload, fault, answer)
+                                        : kxapp::Block(upload) + kxapp::AnswerInWords(answer));
     m_observer.on_upload(upload, answer);
     return Deliver(fault, answer);
 }
 
-bf_kxepinfo::epinfo_msg_respone Manager::answer_to(const Upload& upload) {
+bf_kxepinfo::epinfo_msg_respone Manager::answer_to(const kxapp::Upload& upload) {
     auto answer = Accept(upload.message, upload.received.tv_sec);
     std::string fault;
     const auto duplicate = m_database != nullptr ? m_database->keep(upload, fault)

@@ -9,9 +9,9 @@
 
 #include "common/fault.h"
 #include "common/service.h"
+#include "common/upload.h"
 #include "kxemgr/database.h"
 #include "kxemgr/known_machines.h"
-#include "kxemgr/upload.h"
 
 namespace kxemgr {
 
@@ -24,7 +24,7 @@ struct Options {
 // throw.
 struct Observer {
     // An upload, kept where there is a database, with the answer to it, faults among it.
-    std::function<void(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer)>
+    std::function<void(const kxapp::Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer)>
         on_upload = [](const auto&, const auto&) {};
     // A request that should have been an upload and was none.
     std::function<void()> on_bad_upload = [] {};
@@ -49,9 +49,9 @@ class Manager {
     bool failed() const { return m_failed; }
 
   private:
-    kxapp::Reply accept(const Upload& upload);
+    kxapp::Reply accept(const kxapp::Upload& upload);
     // The right answer.
-    bf_kxepinfo::epinfo_msg_respone answer_to(const Upload& upload);
+    bf_kxepinfo::epinfo_msg_respone answer_to(const kxapp::Upload& upload);
 
     Options m_options;
     kxapp::FaultPlan m_faults;

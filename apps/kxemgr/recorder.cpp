@@ -75,7 +75,7 @@ Recorder::Recorder(sqlite3& connection)
       m_insert_change(connection, kInsertChange),
       m_count_clone(connection, kCountClone) {}
 
-bool Recorder::record(const Upload& upload) {
+bool Recorder::record(const kxapp::Upload& upload) {
     const bf_kxepinfo::epinfo& message = upload.message;
     if (message.agent_id() == 0) {
         return false;
@@ -105,7 +105,7 @@ Recorder::Known Recorder::known_of(const bf_kxepinfo::epinfo& message) {
     return {{run->text(0), SplitMacs(run->text(1)), vm_id}, run->text(3), run->text(4)};
 }
 
-void Recorder::update_agent(const Upload& upload, const Known& known, std::int64_t now_ms) {
+void Recorder::update_agent(const kxapp::Upload& upload, const Known& known, std::int64_t now_ms) {
     const bf_kxepinfo::epinfo& message = upload.message;
     const std::optional<std::string> host_name = known.machine.host_name;
     const std::optional<std::string> macs = JoinMacs(known.machine.macs);

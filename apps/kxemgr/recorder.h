@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "common/upload.h"
 #include "kxemgr/changes.h"
 #include "kxemgr/machine.h"
 #include "kxemgr/sqlite.h"
-#include "kxemgr/upload.h"
 
 namespace kxemgr {
 
@@ -22,7 +22,7 @@ class Recorder {
     // Takes an upload in. Returns whether it comes from another machine than its agent id belongs
     // to (IsDuplicate of machine.h); then nothing is known of it but the clone. An upload without
     // an agent id (0) leaves no trace. Throws SqliteError.
-    bool record(const Upload& upload);
+    bool record(const kxapp::Upload& upload);
 
   private:
     struct Known {
@@ -31,7 +31,7 @@ class Recorder {
         std::string login;
     };
     Known known_of(const bf_kxepinfo::epinfo& message);
-    void update_agent(const Upload& upload, const Known& known, std::int64_t now_ms);
+    void update_agent(const kxapp::Upload& upload, const Known& known, std::int64_t now_ms);
     void insert_sample(const bf_kxepinfo::epinfo& message, std::int64_t now_ms);
     void insert_changes(std::uint32_t agent_id, const std::vector<Change>& changes,
                         std::int64_t now_ms);

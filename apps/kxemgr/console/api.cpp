@@ -157,7 +157,7 @@ std::string HelloData(const Clock& clock) {
     return WithoutNewline(kxapp::ToText(object.get()));
 }
 
-std::string UploadData(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer) {
+std::string UploadData(const kxapp::Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer) {
     const bf_kxepinfo::epinfo& message = upload.message;
     std::optional<Usage> usage;
     if (message.has_rc_info()) {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "common/json.h"
+#include "common/upload.h"
 #include "kxemgr/console/queries.h"
-#include "kxemgr/upload.h"
 
 namespace kxemgr::console {
 
@@ -33,7 +33,7 @@ std::string ErrorJson(const std::string& words);
 
 // The data of events, each one line without a newline.
 std::string HelloData(const Clock& clock);
-std::string UploadData(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer);
+std::string UploadData(const kxapp::Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer);
 
 }  // namespace kxemgr::console
 

@@ -102,7 +102,7 @@ const std::string& Console::url() const {
 
 Observer Console::observer() {
     Observer observer;
-    observer.on_upload = [this](const Upload& upload,
+    observer.on_upload = [this](const kxapp::Upload& upload,
                                 const bf_kxepinfo::epinfo_msg_respone& answer) {
         try {
             on_upload(upload, answer);
@@ -114,7 +114,8 @@ Observer Console::observer() {
     return observer;
 }
 
-void Console::on_upload(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer) {
+void Console::on_upload(const kxapp::Upload& upload,
+                        const bf_kxepinfo::epinfo_msg_respone& answer) {
     Parts& parts = *m_parts;
     ++(answer.status() != 0 ? parts.counters.accepted : parts.counters.refused);
     if (answer.status() != 0 && answer.duplicate() != 0) {

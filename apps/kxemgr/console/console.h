@@ -43,7 +43,7 @@ class Console {
   private:
     struct Parts;
     explicit Console(std::unique_ptr<Parts> parts);
-    void on_upload(const Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer);
+    void on_upload(const kxapp::Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer);
 
     std::unique_ptr<Parts> m_parts;
 };

@@ -34,7 +34,7 @@ void FileStore::read(const Query& query) {
 MemoryStore::MemoryStore(std::int64_t most_bytes)
     : m_connection(OpenMemory(most_bytes)), m_recorder(*m_connection) {}
 
-void MemoryStore::record(const Upload& upload) {
+void MemoryStore::record(const kxapp::Upload& upload) {
     const std::lock_guard lock(m_mutex);
     try {
         record_in_transaction(upload);
@@ -53,7 +53,7 @@ void MemoryStore::read(const Query& query) {
     query(*m_connection);
 }
 
-void MemoryStore::record_in_transaction(const Upload& upload) {
+void MemoryStore::record_in_transaction(const kxapp::Upload& upload) {
     Transaction transaction(*m_connection);
     (void)m_recorder.record(upload);
     transaction.commit();

@@ -51,11 +51,11 @@ class MemoryStore : public Store {
     explicit MemoryStore(std::int64_t most_bytes = kMostBytes);
 
     // Takes an upload in, from any thread. Throws SqliteError for one that is too large by itself.
-    void record(const Upload& upload);
+    void record(const kxapp::Upload& upload);
     void read(const Query& query) override;
 
   private:
-    void record_in_transaction(const Upload& upload);
+    void record_in_transaction(const kxapp::Upload& upload);
     void trim();
     void forget_everything();
 

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "common/block.h"
 #include "common/frame.h"
 #include "common/json.h"
+#include "common/json_line.h"
+#include "common/listed.h"
 #include "common/text.h"
-#include "kxemgr/block.h"
-#include "kxemgr/json_line.h"
-#include "kxemgr/listed.h"
 #include "kxemgr/machine.h"
 
 namespace {
@@ -60,15 +60,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string frame =
         kxapp::MakeFrame(std::string_view(reinterpret_cast<const char*>(data), size));
     std::string fault;
-    const auto upload = kxemgr::ReadUpload({"agt_ei", 1, 0, frame}, {1'700'000'000, 0}, fault);
+    const auto upload = kxapp::ReadUpload({"agt_ei", 1, 0, frame}, {1'700'000'000, 0}, fault);
     Require(upload.has_value() == fault.empty());
     if (!upload) {
         return 0;
     }
     Require(Entries(upload->message) <=
-            kxemgr::CountListed(upload->payload, *upload->message.GetDescriptor()));
-    RequireHarmless(kxemgr::Block(*upload));
-    RequireJson(kxemgr::JsonLine(*upload, "", {}));
+            kxapp::CountListed(upload->payload, *upload->message.GetDescriptor()));
+    RequireHarmless(kxapp::Block(*upload));
+    RequireJson(kxapp::JsonLine(*upload, "", {}));
     if (const auto machine = kxemgr::ReportedMachine(upload->message)) {
         Require(kxemgr::SplitMacs(kxemgr::JoinMacs(machine->macs)) == machine->macs);
         Require(!kxemgr::IsOtherMachine(*machine, *machine));

@@ -45,7 +45,7 @@ class ConsoleTest : public InstallationTest {
         EXPECT_EQ(chmod(file.c_str(), 0600), 0);
         return file;
     }
-    static void Accepted(const kxemgr::Observer& observer, const kxemgr::Upload& upload,
+    static void Accepted(const kxemgr::Observer& observer, const kxapp::Upload& upload,
                          unsigned duplicate = 0) {
         bf_kxepinfo::epinfo_msg_respone answer;
         answer.set_status(1);

@@ -107,7 +107,7 @@ TEST(ConsoleJson, EventsAreOneLine) {
               R"(4000}})");
     answer.set_status(0);
     answer.set_duplicate(1);
-    kxemgr::Upload login = MakeUsage(42, 1500, 0);
+    kxapp::Upload login = MakeUsage(42, 1500, 0);
     login.message.clear_rc_info();
     EXPECT_EQ(kxemgr::console::UploadData(login, answer),
               R"({"id": 42, "time": 1500, "accepted": false, "duplicate": true, "facts": false, )"

@@ -205,7 +205,7 @@ TEST_F(FileStoreTest, ReadsWhatTheManagerKeepsMeanwhile) {
     ASSERT_NE(database, nullptr) << fault;
     FileStore store(file);
     EXPECT_EQ(Agents(store).size(), 0U);
-    const auto keep = [&](const kxemgr::Upload& upload) {
+    const auto keep = [&](const kxapp::Upload& upload) {
         EXPECT_TRUE(database->keep(upload, fault).has_value()) << fault;
     };
     keep(MakeUpload(1, 1000));

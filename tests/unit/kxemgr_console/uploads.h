@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "kxemgr/upload.h"
+#include "common/upload.h"
 
 namespace kxtest {
 
@@ -14,9 +14,9 @@ inline constexpr char kMarkup[] = "<script>alert(\"'&\\1\")</script>";
 
 // With usage and facts, from a machine that is made of the number 1 to 9, received that many
 // milliseconds after the epoch.
-inline kxemgr::Upload MakeUpload(std::uint32_t agent_id, std::int64_t received_ms,
-                                 const std::string& host_name = "build-7", int machine = 1) {
-    kxemgr::Upload upload;
+inline kxapp::Upload MakeUpload(std::uint32_t agent_id, std::int64_t received_ms,
+                                const std::string& host_name = "build-7", int machine = 1) {
+    kxapp::Upload upload;
     upload.received = {received_ms / 1000, received_ms % 1000 * 1'000'000};
     upload.from = "agt_ei";
     upload.message.set_cmd(6);
@@ -36,9 +36,9 @@ inline kxemgr::Upload MakeUpload(std::uint32_t agent_id, std::int64_t received_m
 }
 
 // With usage alone.
-inline kxemgr::Upload MakeUsage(std::uint32_t agent_id, std::int64_t received_ms,
-                                std::uint32_t cpu) {
-    kxemgr::Upload upload = MakeUpload(agent_id, received_ms);
+inline kxapp::Upload MakeUsage(std::uint32_t agent_id, std::int64_t received_ms,
+                               std::uint32_t cpu) {
+    kxapp::Upload upload = MakeUpload(agent_id, received_ms);
     upload.message.set_cmd(2);
     upload.message.clear_sys_info();
     upload.message.mutable_rc_info()->set_cpu_usage(cpu);

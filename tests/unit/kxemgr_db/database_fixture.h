@@ -15,7 +15,7 @@ namespace kxtest {
 // An upload with the bytes that it came as, which are here because it only refers to them.
 struct SampleUpload {
     std::string payload;
-    kxemgr::Upload upload;
+    kxapp::Upload upload;
 };
 
 // Of that agent with that machine: host name, MAC and virtual machine's id are made of its number,
@@ -23,7 +23,7 @@ struct SampleUpload {
 inline std::unique_ptr<SampleUpload> UploadOfMachine(std::uint32_t agent_id, int machine,
                                                      int later_s = 0) {
     auto sample = std::make_unique<SampleUpload>();
-    kxemgr::Upload& upload = sample->upload;
+    kxapp::Upload& upload = sample->upload;
     upload.received = {1'700'000'000 + later_s, 123'000'000};
     upload.from = "agt_ei";
     upload.request_id = 7;

@@ -175,7 +175,7 @@ TEST_F(Database, ANameWithAMeaningForSqliteIsAFileLikeAnyOther) {
 TEST_F(Database, KeepsTheLargestUpload) {
     const auto database = Open();
     const auto sample = UploadOfMachine(1, 1);
-    sample->payload.assign(kxemgr::kMostUploadBytes, 'x');
+    sample->payload.assign(kxapp::kMostUploadBytes, 'x');
     sample->upload.payload = sample->payload;
     Keep(*database, sample);
     EXPECT_EQ(Ask("SELECT length(payload) FROM uploads"), "10485760");

@@ -1,6 +1,6 @@
 // One upload of an agent, as it came.
-#ifndef KX_APPS_KXEMGR_UPLOAD_H
-#define KX_APPS_KXEMGR_UPLOAD_H
+#ifndef KX_APPS_COMMON_UPLOAD_H
+#define KX_APPS_COMMON_UPLOAD_H
 
 #include <cstdint>
 #include <ctime>
@@ -12,7 +12,7 @@
 #include "common/service.h"
 #include "epinfo.pb.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 // Longer uploads are refused. The module takes no longer answer either.
 inline constexpr std::size_t kMostUploadBytes = std::size_t{10} * 1024 * 1024;
@@ -33,9 +33,8 @@ struct Upload {
 
 // Checks the frame strictly and decodes the message. Nothing when there is a fault, which `fault`
 // then tells in words; `request` was received at `now`, and lives as long as the upload.
-std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& now,
-                                 std::string& fault);
+std::optional<Upload> ReadUpload(const Request& request, const timespec& now, std::string& fault);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_UPLOAD_H
+#endif  // KX_APPS_COMMON_UPLOAD_H

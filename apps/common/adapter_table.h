@@ -1,12 +1,12 @@
 // An agent's network adapters for people.
-#ifndef KX_APPS_KXEMGR_ADAPTER_TABLE_H
-#define KX_APPS_KXEMGR_ADAPTER_TABLE_H
+#ifndef KX_APPS_COMMON_ADAPTER_TABLE_H
+#define KX_APPS_COMMON_ADAPTER_TABLE_H
 
 #include <string>
 
 #include "epinfo.pb.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 // An aligned table, a line ends with '\n':
 //
@@ -21,6 +21,6 @@ namespace kxemgr {
 // mark then only says which adapter came first. "adapter  none" without any.
 std::string AdapterTable(const bf_kxepinfo::epinfo_msg_nw& network);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_ADAPTER_TABLE_H
+#endif  // KX_APPS_COMMON_ADAPTER_TABLE_H

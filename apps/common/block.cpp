@@ -1,13 +1,13 @@
-#include "kxemgr/block.h"
+#include "common/block.h"
 
 #include <cinttypes>
 #include <utility>
 
-#include "kxemgr/adapter_table.h"
-#include "kxemgr/leftover.h"
-#include "kxemgr/words.h"
+#include "common/adapter_table.h"
+#include "common/leftover.h"
+#include "common/words.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 namespace {
 
@@ -162,4 +162,4 @@ std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer) {
     return answer.duplicate() != 0 ? "  duplicate: this agent id belongs to another machine\n" : "";
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

@@ -1,19 +1,18 @@
-#include "kxemgr/upload.h"
+#include "common/upload.h"
 
 #include "common/decode.h"
 #include "common/frame.h"
-#include "kxemgr/listed.h"
+#include "common/listed.h"
 
-namespace kxemgr {
+namespace kxapp {
 
-std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& now,
-                                 std::string& fault) {
+std::optional<Upload> ReadUpload(const Request& request, const timespec& now, std::string& fault) {
     if (request.data.size() > kMostUploadBytes) {
         fault = "frame of " + std::to_string(request.data.size()) + " bytes, more than the " +
                 std::to_string(kMostUploadBytes) + " that an upload may have";
         return std::nullopt;
     }
-    const auto payload = kxapp::PayloadOfFrame(request.data, fault);
+    const auto payload = PayloadOfFrame(request.data, fault);
     if (!payload) {
         return std::nullopt;
     }
@@ -27,11 +26,11 @@ std::optional<Upload> ReadUpload(const kxapp::Request& request, const timespec& 
     upload.request_id = request.id;
     upload.frame_bytes = request.data.size();
     upload.payload = *payload;
-    if (!kxapp::Decode(*payload, upload.message, upload.not_utf8)) {
+    if (!Decode(*payload, upload.message, upload.not_utf8)) {
         fault = "payload of " + std::to_string(payload->size()) + " bytes is no epinfo message";
         return std::nullopt;
     }
     return upload;
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

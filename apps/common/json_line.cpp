@@ -1,4 +1,4 @@
-#include "kxemgr/json_line.h"
+#include "common/json_line.h"
 
 #include <array>
 #include <cstdio>
@@ -6,12 +6,9 @@
 #include "common/decode.h"
 #include "common/json.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 namespace {
-
-using kxapp::Json;
-using kxapp::SetMember;
 
 std::string UtcTime(const timespec& time) {
     tm parts{};
@@ -28,15 +25,15 @@ std::string UtcTime(const timespec& time) {
 std::string JsonLine(const Upload& upload, std::string_view fault,
                      const bf_kxepinfo::epinfo_msg_respone& answer) {
     Json line(json_object());
-    SetMember(line.get(), "received", kxapp::JsonString(UtcTime(upload.received)));
-    SetMember(line.get(), "from", kxapp::JsonString(upload.from));
+    SetMember(line.get(), "received", JsonString(UtcTime(upload.received)));
+    SetMember(line.get(), "from", JsonString(upload.from));
     SetMember(line.get(), "request_id", Json(json_integer(upload.request_id)));
-    SetMember(line.get(), "frame", kxapp::FrameToJson(upload.frame_bytes));
-    SetMember(line.get(), "epinfo", kxapp::MessageToJson(upload.message));
-    SetMember(line.get(), "not_utf8", kxapp::JsonStrings(upload.not_utf8));
-    SetMember(line.get(), "fault", fault.empty() ? Json(json_null()) : kxapp::JsonString(fault));
-    SetMember(line.get(), "answer", kxapp::MessageToJson(answer));
-    return kxapp::ToText(line.get());
+    SetMember(line.get(), "frame", FrameToJson(upload.frame_bytes));
+    SetMember(line.get(), "epinfo", MessageToJson(upload.message));
+    SetMember(line.get(), "not_utf8", JsonStrings(upload.not_utf8));
+    SetMember(line.get(), "fault", fault.empty() ? Json(json_null()) : JsonString(fault));
+    SetMember(line.get(), "answer", MessageToJson(answer));
+    return ToText(line.get());
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

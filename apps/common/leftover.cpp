@@ -1,11 +1,11 @@
-#include "kxemgr/leftover.h"
+#include "common/leftover.h"
 
 #include <string_view>
 #include <vector>
 
 #include "common/text.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 namespace {
 
@@ -72,7 +72,7 @@ std::string Leftover(const bf_kxepinfo::epinfo& upload) {
     for (const std::string_view path : kShown) {
         ClearPath(rest, path);
     }
-    return kxapp::Shown(rest.ShortDebugString(), kMostLeftoverBytes);
+    return Shown(rest.ShortDebugString(), kMostLeftoverBytes);
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

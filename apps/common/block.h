@@ -1,13 +1,13 @@
 // An upload for people.
-#ifndef KX_APPS_KXEMGR_BLOCK_H
-#define KX_APPS_KXEMGR_BLOCK_H
+#ifndef KX_APPS_COMMON_BLOCK_H
+#define KX_APPS_COMMON_BLOCK_H
 
 #include <cstdint>
 #include <string>
 
-#include "kxemgr/upload.h"
+#include "common/upload.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 // The sections that a cmd names, "resources, system, login"; bits without a name as "0x40", and
 // "nothing" for 0.
@@ -34,6 +34,6 @@ std::string Block(const Upload& upload);
 // The line behind the block when the answer is not a plain acceptance, otherwise nothing.
 std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_BLOCK_H
+#endif  // KX_APPS_COMMON_BLOCK_H

@@ -1,13 +1,13 @@
 // An upload for scripts.
-#ifndef KX_APPS_KXEMGR_JSON_LINE_H
-#define KX_APPS_KXEMGR_JSON_LINE_H
+#ifndef KX_APPS_COMMON_JSON_LINE_H
+#define KX_APPS_COMMON_JSON_LINE_H
 
 #include <string>
 #include <string_view>
 
-#include "kxemgr/upload.h"
+#include "common/upload.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 // One line of JSON:
 //   received     when, "2026-11-21T11:52:03.123Z"
@@ -22,6 +22,6 @@ namespace kxemgr {
 std::string JsonLine(const Upload& upload, std::string_view fault,
                      const bf_kxepinfo::epinfo_msg_respone& answer);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_JSON_LINE_H
+#endif  // KX_APPS_COMMON_JSON_LINE_H

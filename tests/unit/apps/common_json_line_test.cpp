@@ -1,4 +1,4 @@
-#include "kxemgr/json_line.h"
+#include "common/json_line.h"
 
 #include <gmock/gmock.h>
 
@@ -7,8 +7,8 @@
 
 namespace {
 
-kxemgr::Upload ResourceUpload() {
-    kxemgr::Upload upload;
+kxapp::Upload ResourceUpload() {
+    kxapp::Upload upload;
     upload.received = {1700000000, 7'000'000};
     upload.from = "agt_ei";
     upload.request_id = 3;
@@ -25,8 +25,8 @@ constexpr char kAnswer[] =
 }  // namespace
 
 TEST(JsonLine, HoldsReceiptFrameMessageAndAnswer) {
-    const kxemgr::Upload upload = ResourceUpload();
-    EXPECT_EQ(kxemgr::JsonLine(upload, "", kxemgr::Accept(upload.message, 1700000000)),
+    const kxapp::Upload upload = ResourceUpload();
+    EXPECT_EQ(kxapp::JsonLine(upload, "", kxemgr::Accept(upload.message, 1700000000)),
               std::string("{\"received\": \"2023-11-14T22:13:20.007Z\", \"from\": \"agt_ei\", "
                           "\"request_id\": 3, \"frame\": {\"length\": 24, \"payload_type\": 1, "
                           "\"payload_length\": 4}, \"epinfo\": {\"cmd\": 2, \"agent_id\": 0, "
@@ -36,9 +36,9 @@ TEST(JsonLine, HoldsReceiptFrameMessageAndAnswer) {
 }
 
 TEST(JsonLine, NamesTheFaultAndTheRepairedStrings) {
-    kxemgr::Upload upload = ResourceUpload();
+    kxapp::Upload upload = ResourceUpload();
     upload.not_utf8 = {"login_info.usr_info[0].login_name"};
-    EXPECT_EQ(kxemgr::JsonLine(upload, "silent", kxemgr::Accept(upload.message, 1700000000)),
+    EXPECT_EQ(kxapp::JsonLine(upload, "silent", kxemgr::Accept(upload.message, 1700000000)),
               std::string("{\"received\": \"2023-11-14T22:13:20.007Z\", \"from\": \"agt_ei\", "
                           "\"request_id\": 3, \"frame\": {\"length\": 24, \"payload_type\": 1, "
                           "\"payload_length\": 4}, \"epinfo\": {\"cmd\": 2, \"agent_id\": 0, "
@@ -49,11 +49,11 @@ TEST(JsonLine, NamesTheFaultAndTheRepairedStrings) {
 }
 
 TEST(JsonLine, IsExactToTheByte) {
-    kxemgr::Upload upload = ResourceUpload();
+    kxapp::Upload upload = ResourceUpload();
     auto& login = *upload.message.mutable_login_info()->add_usr_info();
     login.set_login_name(kxapp::RepairUtf8(std::string("a\\xFC\xFC\0\0", 8)));
     login.set_login_ip(std::string("h\\\0", 3));
-    EXPECT_THAT(kxemgr::JsonLine(upload, "", {}),
+    EXPECT_THAT(kxapp::JsonLine(upload, "", {}),
                 testing::HasSubstr("\"login_name\": \"a\\\\x5CxFC\\\\xFC\\u0000\\u0000\", "
                                    "\"login_ip\": \"h\\\\\\u0000\""));
 }

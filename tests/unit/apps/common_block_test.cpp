@@ -1,12 +1,12 @@
-#include "kxemgr/block.h"
+#include "common/block.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
 #include <ctime>
 
-using kxemgr::Block;
-using kxemgr::CmdInWords;
+using kxapp::Block;
+using kxapp::CmdInWords;
 using namespace std::string_literals;
 
 namespace {
@@ -28,7 +28,7 @@ class BlockTest : public ::testing::Test {
         return block.substr(block.find('\n') + 1);
     }
 
-    kxemgr::Upload upload;
+    kxapp::Upload upload;
 };
 
 void FillSystem(bf_kxepinfo::epinfo_msg_sys& system) {
@@ -198,15 +198,15 @@ TEST_F(BlockTest, CutsWhatIsBesides) {
 TEST(AnswerInWords, IsNothingForAPlainAcceptance) {
     bf_kxepinfo::epinfo_msg_respone answer;
     answer.set_status(1);
-    EXPECT_EQ(kxemgr::AnswerInWords(answer), "");
+    EXPECT_EQ(kxapp::AnswerInWords(answer), "");
 }
 
 TEST(AnswerInWords, TellsADuplicateAndARefusal) {
     bf_kxepinfo::epinfo_msg_respone answer;
     answer.set_duplicate(1);
     answer.set_res_msg("no\nroom");
-    EXPECT_EQ(kxemgr::AnswerInWords(answer), "  refused: no\\x0Aroom\n");
+    EXPECT_EQ(kxapp::AnswerInWords(answer), "  refused: no\\x0Aroom\n");
     answer.set_status(1);
-    EXPECT_EQ(kxemgr::AnswerInWords(answer),
+    EXPECT_EQ(kxapp::AnswerInWords(answer),
               "  duplicate: this agent id belongs to another machine\n");
 }

@@ -1,12 +1,12 @@
-#include "kxemgr/adapter_table.h"
+#include "common/adapter_table.h"
 
 #include <algorithm>
 #include <array>
 #include <vector>
 
-#include "kxemgr/words.h"
+#include "common/words.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 namespace {
 
@@ -72,4 +72,4 @@ std::string AdapterTable(const bf_kxepinfo::epinfo_msg_nw& network) {
     return table;
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

@@ -1,12 +1,12 @@
 // What an upload says beyond what the block shows.
-#ifndef KX_APPS_KXEMGR_LEFTOVER_H
-#define KX_APPS_KXEMGR_LEFTOVER_H
+#ifndef KX_APPS_COMMON_LEFTOVER_H
+#define KX_APPS_COMMON_LEFTOVER_H
 
 #include <string>
 
 #include "epinfo.pb.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 // Everything that Block has no words for, as the text form of Protocol Buffers on one line: fields
 // of the schema that the module never fills, and fields that the schema does not have. Cut at
@@ -14,6 +14,6 @@ namespace kxemgr {
 inline constexpr std::size_t kMostLeftoverBytes = 1000;
 std::string Leftover(const bf_kxepinfo::epinfo& upload);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_LEFTOVER_H
+#endif  // KX_APPS_COMMON_LEFTOVER_H

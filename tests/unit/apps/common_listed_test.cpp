@@ -1,4 +1,4 @@
-#include "kxemgr/listed.h"
+#include "common/listed.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 namespace {
 
 std::size_t Count(std::string_view bytes) {
-    return kxemgr::CountListed(bytes, *epinfo::descriptor());
+    return kxapp::CountListed(bytes, *epinfo::descriptor());
 }
 
 std::size_t Count(const epinfo& message) {

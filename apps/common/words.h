@@ -1,12 +1,12 @@
 // Facts in words, for the block that people read.
-#ifndef KX_APPS_KXEMGR_WORDS_H
-#define KX_APPS_KXEMGR_WORDS_H
+#ifndef KX_APPS_COMMON_WORDS_H
+#define KX_APPS_COMMON_WORDS_H
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-namespace kxemgr {
+namespace kxapp {
 
 // Text is cut behind so many bytes: as wide as the widest field of a login.
 inline constexpr std::size_t kMostShownBytes = 256;
@@ -27,6 +27,6 @@ void Append(std::string& list, const std::string& item, const char* separator = 
 // Appends "name value", the value shown, unless it is empty.
 void AppendNamed(std::string& list, const char* name, const std::string& value);
 
-}  // namespace kxemgr
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXEMGR_WORDS_H
+#endif  // KX_APPS_COMMON_WORDS_H

@@ -1,4 +1,4 @@
-#include "kxemgr/upload.h"
+#include "common/upload.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@ namespace {
 constexpr timespec kNow{1700000000, 5};
 
 // `data` must outlive what it is read to.
-std::optional<kxemgr::Upload> Read(std::string_view data, std::string& fault) {
-    return kxemgr::ReadUpload({"agt_ei", 7, 0, data}, kNow, fault);
+std::optional<kxapp::Upload> Read(std::string_view data, std::string& fault) {
+    return kxapp::ReadUpload({"agt_ei", 7, 0, data}, kNow, fault);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "kxemgr/words.h"
+#include "common/words.h"
 
 #include <array>
 #include <cinttypes>
@@ -8,7 +8,7 @@
 
 #include "common/text.h"
 
-namespace kxemgr {
+namespace kxapp {
 
 std::string Format(const char* format, ...) {
     std::array<char, 128> text{};
@@ -32,7 +32,7 @@ std::string LocalTime(std::uint64_t time) {
 }
 
 std::string ShownText(std::string_view text) {
-    return kxapp::Shown(text, kMostShownBytes);
+    return Shown(text, kMostShownBytes);
 }
 
 void Append(std::string& list, const std::string& item, const char* separator) {
@@ -47,4 +47,4 @@ void AppendNamed(std::string& list, const char* name, const std::string& value) 
     }
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp

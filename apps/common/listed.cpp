@@ -1,11 +1,11 @@
-#include "kxemgr/listed.h"
+#include "common/listed.h"
 
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/wire_format_lite.h>
 
 #include <cstdint>
 
-namespace kxemgr {
+namespace kxapp {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::size_t CountListed(std::string_view bytes, const Descriptor& type) {
     return count;
 }
 
-}  // namespace kxemgr
+}  // namespace kxapp
