@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "common/listener.h"
 #include "kxectl/finding.h"
-#include "kxectl/listener.h"
 #include "kxectl/settings.h"
 
 namespace kxectl {
@@ -50,7 +50,7 @@ void JudgeSpace(const std::string& path, std::uint64_t free_bytes, std::uint64_t
 void CheckClock(const std::filesystem::path& root, std::time_t now, Findings& findings);
 
 // Names on the bus that nobody has taken, or that this process cannot reach.
-void JudgeListener(const std::string& name, const Listener& listener, Findings& findings);
+void JudgeListener(const std::string& name, const kxapp::Listener& listener, Findings& findings);
 
 }  // namespace kxectl
 

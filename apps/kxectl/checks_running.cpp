@@ -122,7 +122,7 @@ void CheckModule(const std::filesystem::path& root, Findings& findings) {
     }
 }
 
-void JudgeListener(const std::string& name, const Listener& listener, Findings& findings) {
+void JudgeListener(const std::string& name, const kxapp::Listener& listener, Findings& findings) {
     if (listener.failure == 0) {
         return;
     }

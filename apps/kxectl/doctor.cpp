@@ -45,7 +45,7 @@ void CheckAgent(int timeout_s, Findings& findings) {
 }
 
 // The user that the host runs as; this process's while there is none.
-uid_t HostUser(const Listener& agent) {
+uid_t HostUser(const kxapp::Listener& agent) {
     return agent.failure == 0 ? agent.user : geteuid();
 }
 
@@ -53,7 +53,7 @@ uid_t HostUser(const Listener& agent) {
 
 Findings Examine(const std::filesystem::path& root, int timeout_s) {
     Findings findings;
-    const Listener agent = FindListener(root, "agt_ei");
+    const kxapp::Listener agent = kxapp::FindListener(root, "agt_ei");
     CheckFiles(root, findings);
     CheckModule(root, findings);
     CheckPermissions(root, HostUser(agent), findings);
@@ -68,7 +68,7 @@ Findings Examine(const std::filesystem::path& root, int timeout_s) {
         CheckAgent(timeout_s, findings);
     }
     for (const char* const name : {"mgr_ei", "agt_cfgc"}) {
-        JudgeListener(name, FindListener(root, name), findings);
+        JudgeListener(name, kxapp::FindListener(root, name), findings);
     }
     return findings;
 }

@@ -42,7 +42,7 @@ std::vector<std::pair<std::string, std::string>> Versions(const std::filesystem:
 
 Status Look(const std::filesystem::path& root, const std::string& version) {
     Status status;
-    status.module = FindListener(root, "agt_ei");
+    status.module = kxapp::FindListener(root, "agt_ei");
     if (status.module.failure == 0 && status.module.pid != 0) {
         status.program = ProgramOf(status.module.pid);
         status.since = StartTime(status.module.pid);

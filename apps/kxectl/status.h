@@ -11,14 +11,14 @@
 #include <utility>
 #include <vector>
 
+#include "common/listener.h"
 #include "kxectl/last_upload.h"
-#include "kxectl/listener.h"
 #include "kxectl/settings.h"
 
 namespace kxectl {
 
 struct Status {
-    Listener module;  // who has the module's name on the bus
+    kxapp::Listener module;  // who has the module's name on the bus
     std::string program;
     std::optional<std::time_t> since;
     std::optional<bool> online;  // nothing when the agent was not asked or gave no answer

@@ -1,4 +1,4 @@
-#include "kxectl/listener.h"
+#include "common/listener.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -8,7 +8,7 @@
 
 #include "common/descriptor.h"
 
-namespace kxectl {
+namespace kxapp {
 
 namespace {
 
@@ -23,13 +23,12 @@ bool SetAddress(int directory, const std::string& file, sockaddr_un& address) {
 }  // namespace
 
 Listener FindListener(const std::filesystem::path& root, const std::string& name) {
-    const kxapp::Descriptor directory(
+    const Descriptor directory(
         open((root / "var/run/ipc").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (directory.number() < 0) {
         return {errno};
     }
-    const kxapp::Descriptor connection(
-        socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (connection.number() < 0) {
         return {errno};
     }
@@ -49,4 +48,4 @@ Listener FindListener(const std::filesystem::path& root, const std::string& name
     return {0, peer.pid, peer.uid};
 }
 
-}  // namespace kxectl
+}  // namespace kxapp

@@ -1,13 +1,13 @@
 // Who listens on the bus under a name, without joining it.
-#ifndef KX_APPS_KXECTL_LISTENER_H
-#define KX_APPS_KXECTL_LISTENER_H
+#ifndef KX_APPS_COMMON_LISTENER_H
+#define KX_APPS_COMMON_LISTENER_H
 
 #include <sys/types.h>
 
 #include <filesystem>
 #include <string>
 
-namespace kxectl {
+namespace kxapp {
 
 struct Listener {
     int failure = 0;  // 0, or why nobody could be asked, an errno value; ENOENT and ECONNREFUSED
@@ -20,6 +20,6 @@ struct Listener {
 // is closed again before a byte is sent. Nothing is made.
 Listener FindListener(const std::filesystem::path& root, const std::string& name);
 
-}  // namespace kxectl
+}  // namespace kxapp
 
-#endif  // KX_APPS_KXECTL_LISTENER_H
+#endif  // KX_APPS_COMMON_LISTENER_H

@@ -1,4 +1,4 @@
-#include "kxectl/listener.h"
+#include "common/listener.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,8 +8,8 @@
 #include "bus_ends.h"
 #include "installation.h"
 
-using kxectl::FindListener;
-using kxectl::Listener;
+using kxapp::FindListener;
+using kxapp::Listener;
 using kxtest::InstallationRoot;
 
 namespace {
