@@ -5,8 +5,6 @@
 #include <memory>
 #include <stdexcept>
 
-#include "xmsg.h"
-
 namespace kxapp {
 
 namespace {
@@ -39,21 +37,28 @@ std::string PackMessage(const char* name, const Entries& entries) {
     return packed;
 }
 
-FoundValue FindInMessage(std::string_view packed, std::string_view key) {
-    if (packed.size() > XMSG_MAX_SIZE || key.size() > std::numeric_limits<std::uint16_t>::max()) {
-        return {};
-    }
-    const Message message(xmsg_unpack(packed.data(), static_cast<std::uint32_t>(packed.size())));
-    if (message == nullptr) {
-        return {};
+UnpackedMessage::UnpackedMessage(std::string_view packed)
+    : m_message(packed.size() > XMSG_MAX_SIZE
+                    ? nullptr
+                    : xmsg_unpack(packed.data(), static_cast<std::uint32_t>(packed.size()))) {}
+
+std::optional<std::string_view> UnpackedMessage::find(std::string_view key) const {
+    if (key.size() > std::numeric_limits<std::uint16_t>::max()) {
+        return std::nullopt;
     }
     std::uint32_t length = 0;
-    const char* value = xmsg_get(message.get(), key.data(), static_cast<std::uint16_t>(key.size()),
-                                 &length, nullptr);
+    const char* value = xmsg_get(m_message.get(), key.data(),
+                                 static_cast<std::uint16_t>(key.size()), &length, nullptr);
     if (value == nullptr) {
-        return {true, std::nullopt};
+        return std::nullopt;
     }
-    return {true, std::string(value, length)};
+    return std::string_view(value, length);
+}
+
+FoundValue FindInMessage(std::string_view packed, std::string_view key) {
+    const UnpackedMessage message(packed);
+    const auto value = message.find(key);
+    return {message.is_message(), value ? std::optional<std::string>(*value) : std::nullopt};
 }
 
 }  // namespace kxapp

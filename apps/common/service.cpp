@@ -100,6 +100,12 @@ void Service::respond(const nox_addr_st* from, const Request& request, Reply rep
     }
 }
 
+int Service::answer(const std::string& to, unsigned request_id, unsigned type,
+                    const std::string& data) {
+    return nox_ipc_response(m_bus.get(), AddressOf(to).get(), request_id, type, data.data(),
+                            static_cast<unsigned>(data.size()));
+}
+
 void Service::send(const nox_addr_st* to, unsigned request_id, unsigned type,
                    const std::string& data) {
     const int failure = nox_ipc_response(m_bus.get(), to, request_id, type, data.data(),

@@ -71,6 +71,10 @@ class Service {
     // the bus and joining it anew. False, after a complaint, when the name was lost over it.
     bool after_pass();
 
+    // Answers a request that its handler has left for later (kNever). 0, or the bus's error code
+    // (nox_ipc_response).
+    int answer(const std::string& to, unsigned request_id, unsigned type, const std::string& data);
+
     // Whether late answers are still to go out.
     bool has_late_replies() const { return !m_late.empty(); }
 

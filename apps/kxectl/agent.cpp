@@ -12,16 +12,6 @@ namespace {
 
 constexpr char kAgentName[] = "agt_ei";
 
-void KeepOutcome(int status, unsigned type, const char* data, unsigned len, void* user) {
-    Outcome& outcome = *static_cast<Outcome*>(user);
-    outcome.arrived = true;
-    outcome.status = status;
-    outcome.type = type;
-    if (status == 0 && data != nullptr) {
-        outcome.data.assign(data, len);
-    }
-}
-
 // Of a request that is not answered only the delivery counts, and ask_online tells that.
 void Ignore(int, unsigned, const char*, unsigned, void*) {}
 

@@ -6,16 +6,9 @@
 
 #include "common/service.h"
 #include "common/stop_signals.h"
+#include "kxectl/outcome.h"
 
 namespace kxectl {
-
-// What became of a request.
-struct Outcome {
-    bool arrived = false;  // otherwise a signal ended the wait
-    int status = 0;        // 0: answered; else the bus's error code
-    unsigned type = 0;
-    std::string data;
-};
 
 // A conversation under a bus name of this process's own. Requests and messages reach the agent in
 // the order in which they are sent.

@@ -14,22 +14,25 @@
 #include "kxectl/input.h"
 #include "kxectl/online.h"
 #include "kxectl/status.h"
+#include "kxectl/watch.h"
 
 namespace {
 
 constexpr int kExitOffline = 1;
 constexpr int kExitNoAgent = 2;
 constexpr int kExitTrouble = 3;
+constexpr int kExitNoManager = 4;
 
 constexpr unsigned kHeartbeatType = 101;
 constexpr unsigned kNotificationType = 1002;
 
 constexpr char kExitStatus[] =
     "Exit status:\n"
-    "  0  online; delivered to the agent; decoded; nothing found; made\n"
+    "  0  online; delivered to the agent; decoded; nothing found; made; watched to the end\n"
     "  1  offline; not decodable; something found\n"
     "  2  no agent is there\n"
     "  3  the agent gave no answer in time or an unreadable one, or something else went wrong\n"
+    "  4  no manager is there, or none that can be watched\n"
     "  64 wrong arguments\n";
 
 struct Options {
@@ -39,6 +42,7 @@ struct Options {
     std::string type;  // empty: told from the bytes
     bool json = false;
     std::string bundle;
+    kxectl::WatchOptions watch;
 };
 
 kxectl::MessageType TypeNamed(const std::string& name) {
@@ -187,10 +191,37 @@ int SupportBundle(const Options& options) {
     return kxectl::WriteNewFile(options.bundle, bundle) ? kxapp::kExitSuccess : kExitTrouble;
 }
 
+int WatchManager(const Options& options) {
+    kxectl::WatchOptions watch = options.watch;
+    watch.json = options.json;
+    watch.timeout_s = options.timeout_s;
+    switch (kxectl::Watch(watch).run()) {
+        case kxectl::WatchEnd::kDone:
+            return kxapp::kExitSuccess;
+        case kxectl::WatchEnd::kNoManager:
+            return kExitNoManager;
+        default:
+            return kExitTrouble;
+    }
+}
+
 struct Command {
     CLI::App* parser;
     int (*run)(const Options& options);
 };
+
+CLI::App* AddWatch(CLI::App& app, Options& options) {
+    constexpr std::uint64_t kMostCount = 1'000'000'000;
+    CLI::App* watch = app.add_subcommand(
+        "watch",
+        "Print the agent's uploads and the manager's answers as they happen, until Ctrl-C");
+    watch->add_flag("--all", options.watch.all, "Show every agent on the bus");
+    watch->add_flag("--json", options.json, "Print each upload as one JSON object on a line");
+    watch->add_option("--count", options.watch.count, "End after N uploads")
+        ->type_name("N")
+        ->check(kxapp::WholeNumber(1, kMostCount));
+    return watch;
+}
 
 std::vector<Command> AddCommands(CLI::App& app, Options& options) {
     CLI::App* online =
@@ -223,8 +254,10 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
     bundle->add_option("FILE", options.bundle, "The archive to make, a new file.tar.gz")
         ->type_name("")
         ->required();
-    return {{online, Online}, {heartbeat, Heartbeat}, {notify, Notify},       {decode, Decode},
-            {doctor, Doctor}, {status, ShowStatus},   {bundle, SupportBundle}};
+    return {{online, Online},        {heartbeat, Heartbeat},
+            {notify, Notify},        {decode, Decode},
+            {doctor, Doctor},        {status, ShowStatus},
+            {bundle, SupportBundle}, {AddWatch(app, options), WatchManager}};
 }
 
 int Main(int argc, char** argv) {
@@ -235,7 +268,7 @@ int Main(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--timeout", options.timeout_s,
-                   "Seconds to wait for the agent's answer, 1 to 3600")
+                   "Seconds to wait for the agent's or the manager's answer, 1 to 3600")
         ->type_name("SECONDS")
         ->check(kxapp::WholeNumber(1, 3600))
         ->capture_default_str();

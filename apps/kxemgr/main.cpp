@@ -6,9 +6,11 @@
 #include "common/program.h"
 #include "common/service.h"
 #include "common/stop_signals.h"
+#include "common/watch.h"
 #include "kxemgr/arguments.h"
 #include "kxemgr/manager.h"
 #include "kxemgr/retention.h"
+#include "kxemgr/watchers.h"
 
 namespace {
 
@@ -44,6 +46,17 @@ bool StartConsole(const kxemgr::console::Settings& settings,
     return true;
 }
 
+// Both the console, where there is one, and who watches are told.
+kxemgr::Observer ObserverOf(kxemgr::console::Console* console, kxemgr::Watchers& watchers) {
+    kxemgr::Observer observer = console != nullptr ? console->observer() : kxemgr::Observer{};
+    observer.on_upload = [&watchers, to_console = std::move(observer.on_upload)](
+                             const auto& upload, auto fault, const auto& answer) {
+        to_console(upload, fault, answer);
+        watchers.tell(upload, fault, answer);
+    };
+    return observer;
+}
+
 int Main(int argc, char** argv) {
     kxemgr::Arguments arguments;
     if (const auto status = kxemgr::ReadArguments(KX_VERSION, argc, argv, arguments)) {
@@ -59,16 +72,22 @@ int Main(int argc, char** argv) {
     if (arguments.keep_days > 0) {
         retention.emplace(arguments.database, arguments.keep_days);
     }
+    kxemgr::Watchers watchers;
     kxemgr::Manager manager(arguments.options, std::move(arguments.faults), std::move(database),
-                            console != nullptr ? console->observer() : kxemgr::Observer{});
-    kxapp::Service service(
-        kBusName, [&manager](const kxapp::Request& request) { return manager.handle(request); });
+                            ObserverOf(console.get(), watchers));
+    kxapp::Service service(kBusName, [&](const kxapp::Request& request) {
+        return request.type == kxapp::kWatchType ? watchers.ask(request) : manager.handle(request);
+    });
+    const auto answer = [&service](const std::string& to, unsigned id, const std::string& data) {
+        return service.answer(to, id, kxapp::kWatchType, data);
+    };
     if (!service.open()) {
         return kxapp::kExitFailure;
     }
     while (!stop.arrived() && !manager.failed() &&
            !(manager.done() && !service.has_late_replies())) {
         (void)cl_event_loop_once();
+        watchers.flush(answer);
         if (!service.after_pass()) {
             return kxapp::kExitFailure;
         }

@@ -55,7 +55,7 @@ kxapp::Reply Manager::accept(const kxapp::Upload& upload) {
     m_failed =
         !kxapp::WriteOut(m_options.json ? kxapp::JsonLine(upload, fault, answer)
                                         : kxapp::Block(upload) + kxapp::AnswerInWords(answer));
-    m_observer.on_upload(upload, answer);
+    m_observer.on_upload(upload, fault, answer);
     return Deliver(fault, answer);
 }
 

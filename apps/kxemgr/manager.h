@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "common/fault.h"
 #include "common/service.h"
@@ -23,9 +24,11 @@ struct Options {
 // Is told what the manager has decided, on the manager's thread, which waits for it. Neither may
 // throw.
 struct Observer {
-    // An upload, kept where there is a database, with the answer to it, faults among it.
-    std::function<void(const kxapp::Upload& upload, const bf_kxepinfo::epinfo_msg_respone& answer)>
-        on_upload = [](const auto&, const auto&) {};
+    // An upload, kept where there is a database, the --fault that its answer suffers (empty: none),
+    // and the answer, as it is without a fault on its way.
+    std::function<void(const kxapp::Upload& upload, std::string_view fault,
+                       const bf_kxepinfo::epinfo_msg_respone& answer)>
+        on_upload = [](const auto&, auto, const auto&) {};
     // A request that should have been an upload and was none.
     std::function<void()> on_bad_upload = [] {};
 };

@@ -102,7 +102,7 @@ const std::string& Console::url() const {
 
 Observer Console::observer() {
     Observer observer;
-    observer.on_upload = [this](const kxapp::Upload& upload,
+    observer.on_upload = [this](const kxapp::Upload& upload, std::string_view /*fault*/,
                                 const bf_kxepinfo::epinfo_msg_respone& answer) {
         try {
             on_upload(upload, answer);

@@ -1,27 +1,18 @@
 // The input is an upload without its frame header. What the manager makes of it for people disturbs
 // no terminal, what it makes for scripts is JSON, and the entries of its lists were counted before
 // it was decoded.
-#include <algorithm>
-#include <cstdlib>
-
 #include "common/block.h"
 #include "common/frame.h"
-#include "common/json.h"
 #include "common/json_line.h"
 #include "common/listed.h"
-#include "common/text.h"
 #include "kxemgr/machine.h"
+#include "shown.h"
 
 namespace {
 
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
-
-void Require(bool fact) {
-    if (!fact) {
-        std::abort();
-    }
-}
+using kxtest::Require;
 
 std::size_t Entries(const Message& message) {
     const auto& access = *message.GetReflection();
@@ -43,17 +34,6 @@ std::size_t Entries(const Message& message) {
     return count;
 }
 
-void RequireHarmless(std::string block) {
-    block.erase(std::remove(block.begin(), block.end(), '\n'), block.end());
-    Require(kxapp::Printable(block) == block);
-}
-
-void RequireJson(const std::string& line) {
-    json_error_t error;
-    Require(kxapp::Json(json_loadb(line.data(), line.size(), JSON_ALLOW_NUL, &error)) != nullptr);
-    Require(std::count(line.begin(), line.end(), '\n') == 1 && line.back() == '\n');
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -67,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Require(Entries(upload->message) <=
             kxapp::CountListed(upload->payload, *upload->message.GetDescriptor()));
-    RequireHarmless(kxapp::Block(*upload));
-    RequireJson(kxapp::JsonLine(*upload, "", {}));
+    kxtest::RequireHarmless(kxapp::Block(*upload));
+    kxtest::RequireJson(kxapp::JsonLine(*upload, "", {}));
     if (const auto machine = kxemgr::ReportedMachine(upload->message)) {
         Require(kxemgr::SplitMacs(kxemgr::JoinMacs(machine->macs)) == machine->macs);
         Require(!kxemgr::IsOtherMachine(*machine, *machine));

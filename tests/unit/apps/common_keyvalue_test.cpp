@@ -38,6 +38,21 @@ TEST(FindInMessage, TellsAnAbsentKeyFromNoMessage) {
     EXPECT_FALSE(FindInMessage({}, "b").is_message);
 }
 
+TEST(UnpackedMessage, IsAskedForSeveralKeys) {
+    const kxapp::UnpackedMessage message(PackMessage("m", {{"a", "1"}, {"b", "x\0y"s}}));
+    EXPECT_TRUE(message.is_message());
+    EXPECT_EQ(message.find("a"), "1");
+    EXPECT_EQ(message.find("b"), "x\0y"s);
+    EXPECT_EQ(message.find("c"), std::nullopt);
+    EXPECT_EQ(message.find(std::string(65536, 'k')), std::nullopt);
+}
+
+TEST(UnpackedMessage, OfNoMessageHasNoKeys) {
+    const kxapp::UnpackedMessage message("no message");
+    EXPECT_FALSE(message.is_message());
+    EXPECT_EQ(message.find("a"), std::nullopt);
+}
+
 TEST(FindInMessage, AnEmptyValueIsAValue) {
     EXPECT_EQ(FindInMessage(PackMessage("global", {{"a", ""}}), "a").value, "");
 }

@@ -57,6 +57,23 @@ TEST_F(ServiceTest, HandlesARequestAndSendsTheAnswer) {
     EXPECT_EQ(outcome.data, "answer to now");
 }
 
+TEST_F(ServiceTest, AnswersLaterWhatItsHandlerLeft) {
+    unsigned id = 0;
+    Service service("peer", [&](const Request& request) {
+        id = request.id;
+        return Reply{Delivery::kNever, 0, {}};
+    });
+    ASSERT_TRUE(service.open());
+    Asked outcome;
+    asker->ask("peer", 7, "later", outcome);
+    ASSERT_TRUE(RunUntil([&] { return id != 0; }));
+    EXPECT_EQ(service.answer("asker", id, 9, "now"), 0);
+    EXPECT_EQ(service.answer("asker", id, 9, "again"), ENOENT);
+    ASSERT_TRUE(RunUntil([&] { return outcome.calls > 0; }));
+    EXPECT_EQ(outcome.type, 9U);
+    EXPECT_EQ(outcome.data, "now");
+}
+
 TEST_F(ServiceTest, HandlesARequestWithoutData) {
     Service service("peer", Obey);
     ASSERT_TRUE(service.open());

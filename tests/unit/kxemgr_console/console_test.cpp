@@ -50,7 +50,7 @@ class ConsoleTest : public InstallationTest {
         bf_kxepinfo::epinfo_msg_respone answer;
         answer.set_status(1);
         answer.set_duplicate(duplicate);
-        observer.on_upload(upload, answer);
+        observer.on_upload(upload, "", answer);
     }
 };
 
@@ -67,7 +67,7 @@ TEST_F(ConsoleTest, CountsWhatTheManagerTells) {
     const auto observer = console->observer();
     Accepted(observer, MakeUpload(42, 1000));
     Accepted(observer, MakeUpload(42, 2000, "copy", 2), 1);
-    observer.on_upload(MakeUpload(0, 3000), {});
+    observer.on_upload(MakeUpload(0, 3000), "", {});
     observer.on_bad_upload();
     const std::string metrics = Browser(*console).Get("/metrics")->body;
     EXPECT_THAT(metrics, HasSubstr("\nkxemgr_uploads_total{result=\"accepted\"} 2\n"));
