@@ -94,6 +94,8 @@ refused 'a row for what nothing logs' agent/noxipc/b.cpp 's/kLogError/kLogInform
 
 refused 'no row for a complaint of apps/kxehost/c.cpp' docs/operations.md '/`no module`/d'
 refused 'a row for what no program says' apps/kxehost/c.cpp 's/no module/no host/'
+echo 'kxapp::Complain("no answer");' >"$tree/apps/kxectl.cpp"
+expect 'no row for a complaint of apps/kxectl.cpp: | `no answer` |'
 
 refused 'no row for the key [connect] ip' docs/configuration.md '/\[connect\] ip/d'
 refused 'a row for a key that nothing reads or writes: [connect] ip' src/ipc/a.cpp 's/"ip"/"address"/'
