@@ -9,7 +9,7 @@ _kxectl_help() {
         options && /^  -/ {
             name = $1
             sub(/^-[a-zA-Z],/, "", name)
-            value = $2 ~ /^[A-Z][A-Z:[]/ ? $2 : ""
+            value = $2 ~ /^[A-Z]([A-Z:[]|$)/ ? $2 : ""
             sub(/[^A-Z].*/, "", value)
             print "option", name, value
         }'

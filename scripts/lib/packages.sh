@@ -16,7 +16,7 @@ packages_test=(
     "${packages_build[@]}"
     libbenchmark-dev libgmock-dev libgtest-dev
     clang-format clang-tidy shellcheck
-    binutils git iproute2 mandoc procps python3
+    binutils git iproute2 mandoc procps python3 zsh
 )
 
 # To test the manager's page (scripts/browser), with the second line only where there is no node.

@@ -42,6 +42,9 @@ offers 'two words' decode two
 # shellcheck disable=SC2016
 offers 'v$(touch harm)' decode v
 [[ ! -e harm ]]
+offers '--count' watch --co
+offers '' watch --count ''
+offers '--all' watch --count 3 --a
 offers '' online u
 offers '' nothing-such
 

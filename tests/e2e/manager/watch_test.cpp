@@ -185,7 +185,8 @@ TEST_F(Watch, SeesTheUploadOverWhichTheManagerEndsAllConversations) {
     EXPECT_TRUE(WaitUntil([&] {
         StartManager({"--fault", "close:1"});
         const auto watch = StartCtl({"watch", "--json", "--count", "1"});
-        EXPECT_TRUE(installation().wait_for_bus("kxectl-" + std::to_string(watch->pid())));
+        EXPECT_TRUE(installation().wait_for_bus("kxectl-" + std::to_string(watch->pid())))
+            << watch->errors();
         EXPECT_TRUE(WaitUntil([&] {
             (void)RunToEnd(installation().program("sender"), {"1", "7", "1"});
             return !watch->running();
@@ -201,7 +202,7 @@ TEST_F(Watch, IsRefusedBeyondTheBoundAndLetInOnceOneHasLeft) {
         watches.push_back(StartWatch());
     }
     const Finished refused = RunToEnd(installation().program("kxectl"), {"watch"});
-    EXPECT_EQ(refused.status, 4);
+    EXPECT_EQ(refused.status, 4) << refused.output;
     EXPECT_EQ(refused.errors, "kxectl: the manager refuses: 8 watch already\n");
     watches.back()->signal(SIGKILL);
     watches.back()->wait();
