@@ -5,6 +5,7 @@
 #include <optional>
 #include <sstream>
 
+#include "common/listener.h"
 #include "e2e.h"
 
 namespace kxtest {
@@ -19,13 +20,13 @@ class Watch : public ::testing::Test {
         std::filesystem::create_hard_link(KX_UPLOAD_SENDER, m_installation.program("sender"));
     }
 
-    // Listening when this returns. A socket that a killed manager left behind goes first: it could
-    // be taken for the new one.
+    // Listening when this returns; whoever asks before is told that there is no manager.
     Program& StartManager(std::vector<std::string> arguments = {}) {
-        std::filesystem::remove(m_installation.path("var/run/ipc/mgr_ei.sock"));
+        m_manager.reset();
         arguments.insert(arguments.begin(), "--json");
         m_manager.emplace(m_installation.program("kxemgr"), std::move(arguments));
-        EXPECT_TRUE(m_installation.wait_for_bus("mgr_ei"));
+        EXPECT_TRUE(WaitUntil(
+            [&] { return kxapp::FindListener(m_installation.root(), "mgr_ei").failure == 0; }));
         return *m_manager;
     }
     std::unique_ptr<Program> StartCtl(std::vector<std::string> arguments) {
