@@ -3,7 +3,12 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iterator>
+
 #include "installation.h"
+
+namespace fs = std::filesystem;
 
 LoadedLibrary::LoadedLibrary(const char* path) : m_handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
     if (m_handle == nullptr) {
@@ -29,6 +34,11 @@ LoadedModule::LoadedModule()
 
 bool IsMapped(const std::string& name) {
     return kxtest::ReadFile("/proc/self/maps").find("/" + name) != std::string::npos;
+}
+
+std::size_t OpenDescriptors() {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
 void SetInterval(int seconds) {

@@ -2,6 +2,7 @@
 #ifndef KXEPINFO_TESTS_UNIT_LIBRARY_LOADED_MODULE_H
 #define KXEPINFO_TESTS_UNIT_LIBRARY_LOADED_MODULE_H
 
+#include <cstddef>
 #include <string>
 
 // A shared library, loaded with RTLD_NOW and RTLD_LOCAL for the object's life. The test fails when
@@ -37,6 +38,9 @@ class LoadedModule : public LoadedLibrary {
 
 // True when a file of that name is mapped into this process.
 bool IsMapped(const std::string& name);
+
+// How many descriptors this process has open, the one that counts them included.
+std::size_t OpenDescriptors();
 
 // An interval between uploads, in seconds, for the module's next start.
 void SetInterval(int seconds);

@@ -1,44 +1,40 @@
-// The module with other libraries of the agent than ours: an event loop that cannot be woken, and
-// another bus. They are loaded first, so that the loader finds the module's needs satisfied.
+// The module lives with libraries of the agent of which none is ours, and an event loop that cannot
+// be woken.
 #include <dlfcn.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <chrono>
-#include <thread>
+#include "plain_agent/loop.h"
+#include "plain_agent_fixture.h"
 
-#include "installation.h"
-#include "loaded_module.h"
+using testing::HasSubstr;
+using testing::Not;
 
-namespace {
-
-class PlainAgent : public kxtest::InstallationTest {
-  protected:
-    void SetUp() override {
-        InstallationTest::SetUp();
-        SetInterval(2);
+TEST_F(PlainAgent, NothingOfOursIsMapped) {
+    Start();
+    const std::string maps = kxtest::ReadFile("/proc/self/maps");
+    EXPECT_THAT(maps, HasSubstr("/libkxepinfo.so"));
+    for (const char* library : {"cl_ev", "autolog", "noxipc", "xmsg", "kxebase"}) {
+        EXPECT_THAT(maps, HasSubstr(std::string(KX_PLAIN_FOLDER "/lib") + library + ".so"));
     }
-
-    LoadedLibrary event_loop{KX_PLAIN_CL_EV};
-    LoadedLibrary bus{KX_PLAIN_NOXIPC};
-    LoadedModule module;
-};
-
-}  // namespace
-
-TEST_F(PlainAgent, TheEventLoopInUseCannotBeWoken) {
-    EXPECT_TRUE(IsMapped("plain_agent/libcl_ev.so"));
-    EXPECT_FALSE(IsMapped("agent/cl_ev/libcl_ev.so"));
-    void* const handle = dlopen(KX_PLAIN_CL_EV, RTLD_NOW | RTLD_NOLOAD);
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(dlsym(handle, "cl_event_loop_wake"), nullptr);
-    EXPECT_EQ(dlclose(handle), 0);
+    EXPECT_THAT(maps, Not(HasSubstr(KX_OUR_LIBRARIES)));
+    for (const char* underneath_ours : {"/libuv.so", "/libspdlog.so"}) {
+        EXPECT_THAT(maps, Not(HasSubstr(underneath_ours)));
+    }
+    Stop();
 }
 
-TEST_F(PlainAgent, TheModuleUploadsAndStops) {
-    auto* const uploads = bus.function<int()>("plain_uploads");
-    ASSERT_EQ(module.init(), 0);
-    while (uploads() < 2) {  // the first cycle's and one of the timer's
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    EXPECT_EQ(module.uninit(), 0);
+TEST_F(PlainAgent, TheEventLoopInUseCannotBeWoken) {
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "cl_event_loop_wake"), nullptr);
+    EXPECT_NE(dlsym(RTLD_DEFAULT, "cl_event_loop_once"), nullptr);
+    Start();
+    Stop();
+    EXPECT_FALSE(plain::WorkerRuns());
+}
+
+TEST_F(PlainAgent, TheModuleUploadsAtItsStartAndWhenTheTimerIsDue) {
+    Start();
+    EXPECT_EQ(plain::RequestsTo("mgr_ei").size(), 1U);
+    RunCycle();
+    EXPECT_EQ(plain::RequestsTo("mgr_ei").size(), 2U);
+    Stop();
 }
