@@ -85,6 +85,15 @@ long long PeakOf(const Program& program) {
     return std::atoll(status.output.substr(status.output.find_first_of("0123456789")).c_str());
 }
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Sanitizers are slow, and keep what is freed.
+constexpr int kUploads = 2000;
+constexpr bool kMemoryTells = false;
+#else
+constexpr int kUploads = 10'000;
+constexpr bool kMemoryTells = true;
+#endif
+
 TEST_F(Watch, ShowsTheLinesOfTheManagerAndEndsAtTheWantedNumber) {
     Program& manager = StartManager({"--fault", "refuse:1"});
     const auto watch = StartCtl({"watch", "--json", "--count", "3"});
@@ -137,14 +146,15 @@ TEST_F(Watch, MissesNothingOfAFastAgent) {
 }
 
 TEST_F(Watch, ThatIsStuckHoldsUpNobodyAndIsToldWhatItMissed) {
-    constexpr int kUploads = 10'000;
     Program& manager = StartManager();
     const auto stuck = StartWatch();
     const auto well = StartWatch();
     stuck->signal(SIGSTOP);
     const long long before = PeakOf(manager);
     Send(1, kUploads);
-    EXPECT_LT(PeakOf(manager) - before, 32 * 1024);
+    if (kMemoryTells) {
+        EXPECT_LT(PeakOf(manager) - before, 32 * 1024);
+    }
     EXPECT_TRUE(WaitUntil([&] {
         const auto shown = NumbersOf(well->output());
         return !shown.empty() && shown.back() == kUploads;
