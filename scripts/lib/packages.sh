@@ -11,6 +11,9 @@ packages_build=(
 # To make Debian packages (scripts/package).
 packages_package=("${packages_build[@]}" dpkg-dev file)
 
+# To try them (scripts/test-packages).
+packages_packages=("${packages_package[@]}" iproute2 lintian mmdebstrap procps systemd-container util-linux)
+
 # To build, run and check the tests as well.
 packages_test=(
     "${packages_build[@]}"
