@@ -19,6 +19,8 @@
 #include <system_error>
 #include <thread>
 
+#include "common/listener.h"
+
 namespace fs = std::filesystem;
 
 namespace kxtest {
@@ -130,9 +132,8 @@ bool AgentInstallation::wait_for_log(std::string_view text) const {
 }
 
 bool AgentInstallation::wait_for_bus(std::string_view name) const {
-    const fs::path lock = path("var/run/ipc") / (std::string(name) + ".lock");
-    const fs::path socket = path("var/run/ipc") / (std::string(name) + ".sock");
-    return WaitUntil([&] { return fs::exists(lock) && fs::is_socket(socket); });
+    // Its socket alone would not do: it is there a moment before the program listens.
+    return WaitUntil([&] { return kxapp::FindListener(m_root, std::string(name)).failure == 0; });
 }
 
 std::size_t CountOf(std::string_view whole, std::string_view text) {

@@ -5,7 +5,6 @@
 #include <optional>
 #include <sstream>
 
-#include "common/listener.h"
 #include "e2e.h"
 
 namespace kxtest {
@@ -20,13 +19,11 @@ class Watch : public ::testing::Test {
         std::filesystem::create_hard_link(KX_UPLOAD_SENDER, m_installation.program("sender"));
     }
 
-    // Listening when this returns; whoever asks before is told that there is no manager.
     Program& StartManager(std::vector<std::string> arguments = {}) {
         m_manager.reset();
         arguments.insert(arguments.begin(), "--json");
         m_manager.emplace(m_installation.program("kxemgr"), std::move(arguments));
-        EXPECT_TRUE(WaitUntil(
-            [&] { return kxapp::FindListener(m_installation.root(), "mgr_ei").failure == 0; }));
+        EXPECT_TRUE(m_installation.wait_for_bus("mgr_ei"));
         return *m_manager;
     }
     std::unique_ptr<Program> StartCtl(std::vector<std::string> arguments) {
