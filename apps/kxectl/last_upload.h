@@ -10,9 +10,10 @@
 namespace kxectl {
 
 struct LastUpload {
-    std::string time;     // as the log has it: local time
-    bool accepted;        // by the manager
-    std::string failure;  // the line's message; empty when it was accepted
+    std::string time;           // as the log has it: local time
+    bool accepted;              // by the manager
+    std::string failure;        // the line's message; empty when it was accepted
+    bool may_be_older = false;  // later ones may have been accepted, which the log does not tell
 };
 
 // Of the lines of a log the last one that tells an upload's outcome. Failures are told at the

@@ -2,6 +2,7 @@
 
 #include <jansson.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "common/json.h"
@@ -38,6 +39,13 @@ std::vector<std::pair<std::string, std::string>> Versions(const std::filesystem:
     return versions;
 }
 
+// Of an upload that was accepted there is a line at this level alone.
+bool TellsAcceptance(const std::vector<Setting>& settings) {
+    return std::any_of(settings.begin(), settings.end(), [](const Setting& setting) {
+        return setting.section == "log" && setting.key == "level" && setting.value == "4";
+    });
+}
+
 }  // namespace
 
 Status Look(const std::filesystem::path& root, const std::string& version) {
@@ -52,6 +60,9 @@ Status Look(const std::filesystem::path& root, const std::string& version) {
     status.last_upload = ReadLastUpload(root);
     status.versions = Versions(root, version);
     status.settings = ReadSettings(root);
+    if (status.last_upload) {
+        status.last_upload->may_be_older = !TellsAcceptance(status.settings);
+    }
     return status;
 }
 

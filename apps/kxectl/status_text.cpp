@@ -40,8 +40,9 @@ std::string LastUploadText(const Status& status) {
     if (!status.last_upload) {
         return "not in the log, which tells accepted ones at level 4 only";
     }
-    return status.last_upload->time +
-           (status.last_upload->accepted ? " accepted" : " " + status.last_upload->failure);
+    const LastUpload& last = *status.last_upload;
+    return last.time + (last.accepted ? " accepted" : " " + last.failure) +
+           (last.may_be_older ? "; later ones, if accepted, are in a log of level 4 only" : "");
 }
 
 std::string SettingText(const Setting& setting) {
@@ -83,6 +84,7 @@ Json LastUploadJson(const Status& status) {
     SetMember(upload.get(), "time", JsonString(status.last_upload->time));
     SetMember(upload.get(), "accepted", Json(json_boolean(status.last_upload->accepted)));
     SetMember(upload.get(), "failure", TextOrNull(status.last_upload->failure));
+    SetMember(upload.get(), "may_be_older", Json(json_boolean(status.last_upload->may_be_older)));
     return upload;
 }
 

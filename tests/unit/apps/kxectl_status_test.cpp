@@ -127,6 +127,24 @@ TEST_F(StatusTest, TellsWhereEachValueComesFrom) {
     EXPECT_TRUE(status.settings[1].is_default);
 }
 
+TEST_F(StatusTest, SaysWhetherTheLastUploadInTheLogMayNotBeTheLast) {
+    constexpr char kLogLevel[] = "config/log/agent/kxepinfo/agent/log.ini";
+    WriteFile("var/log/agent/kxepinfo/kxepinfo.log", kRefused);
+    for (const char* const level : {"2", "3"}) {
+        WriteFile(kLogLevel, std::string("[log]\nlevel=") + level + "\n");
+        const Status status = kxectl::Look(InstallationRoot(), "0.9");
+        EXPECT_TRUE(status.last_upload && status.last_upload->may_be_older);
+        EXPECT_THAT(kxectl::StatusForPeople(status),
+                    HasSubstr("error: refused; later ones, if accepted, are in a log of level 4"));
+        EXPECT_THAT(kxectl::StatusAsJson(status), HasSubstr("\"may_be_older\": true"));
+    }
+    WriteFile(kLogLevel, "[log]\nlevel=4\n");
+    const Status status = kxectl::Look(InstallationRoot(), "0.9");
+    EXPECT_TRUE(status.last_upload && !status.last_upload->may_be_older);
+    EXPECT_THAT(kxectl::StatusForPeople(status), HasSubstr("error: refused\n"));
+    EXPECT_THAT(kxectl::StatusAsJson(status), HasSubstr("\"may_be_older\": false"));
+}
+
 TEST_F(StatusTest, SurvivesFilesThatAreWrong) {
     WriteFile("config/agent_id", "nine");
     WriteFile("config/agent_cfg.json", "{");
