@@ -155,11 +155,17 @@ std::string Block(const Upload& upload) {
     return block;
 }
 
-std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer) {
+std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer, std::string_view fault) {
+    std::string lines;
     if (answer.status() == 0) {
-        return "  refused: " + ShownText(answer.res_msg()) + "\n";
+        AppendLines(lines, "refused: " + ShownText(answer.res_msg()));
+    } else if (answer.duplicate() != 0) {
+        AppendLines(lines, "duplicate: this agent id belongs to another machine");
     }
-    return answer.duplicate() != 0 ? "  duplicate: this agent id belongs to another machine\n" : "";
+    if (!fault.empty()) {
+        AppendLines(lines, "fault " + ShownText(fault));
+    }
+    return lines;
 }
 
 }  // namespace kxapp

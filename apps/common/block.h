@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "common/upload.h"
 
@@ -31,8 +32,9 @@ std::string CmdInWords(std::uint32_t cmd);
 // escaped.
 std::string Block(const Upload& upload);
 
-// The line behind the block when the answer is not a plain acceptance, otherwise nothing.
-std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer);
+// The line behind the block when the answer is not a plain acceptance, and one for the --fault that
+// the answer suffered; nothing for a plain acceptance without a fault.
+std::string AnswerInWords(const bf_kxepinfo::epinfo_msg_respone& answer, std::string_view fault);
 
 }  // namespace kxapp
 

@@ -4,7 +4,6 @@
 #include "common/decode.h"
 #include "common/json_line.h"
 #include "common/watch.h"
-#include "common/words.h"
 
 namespace kxectl {
 
@@ -12,11 +11,8 @@ namespace {
 
 std::string AnswerForPeople(const bf_kxepinfo::epinfo_msg_respone& answer,
                             const std::string& fault) {
-    std::string lines = kxapp::AnswerInWords(answer);
-    if (lines.empty()) {
-        lines = "  accepted\n";
-    }
-    return fault.empty() ? lines : lines + "  fault " + kxapp::ShownText(fault) + "\n";
+    const bool plain = kxapp::AnswerInWords(answer, "").empty();
+    return (plain ? "  accepted\n" : "") + kxapp::AnswerInWords(answer, fault);
 }
 
 }  // namespace

@@ -52,9 +52,9 @@ kxapp::Reply Manager::accept(const kxapp::Upload& upload) {
     const std::string_view fault = m_faults.take();
     auto answer = answer_to(upload);
     ApplyToMessage(fault, answer);
-    m_failed =
-        !kxapp::WriteOut(m_options.json ? kxapp::JsonLine(upload, fault, answer)
-                                        : kxapp::Block(upload) + kxapp::AnswerInWords(answer));
+    m_failed = !kxapp::WriteOut(m_options.json
+                                    ? kxapp::JsonLine(upload, fault, answer)
+                                    : kxapp::Block(upload) + kxapp::AnswerInWords(answer, fault));
     m_observer.on_upload(upload, fault, answer);
     return Deliver(fault, answer);
 }

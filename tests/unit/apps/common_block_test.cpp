@@ -198,15 +198,24 @@ TEST_F(BlockTest, CutsWhatIsBesides) {
 TEST(AnswerInWords, IsNothingForAPlainAcceptance) {
     bf_kxepinfo::epinfo_msg_respone answer;
     answer.set_status(1);
-    EXPECT_EQ(kxapp::AnswerInWords(answer), "");
+    EXPECT_EQ(kxapp::AnswerInWords(answer, ""), "");
 }
 
 TEST(AnswerInWords, TellsADuplicateAndARefusal) {
     bf_kxepinfo::epinfo_msg_respone answer;
     answer.set_duplicate(1);
     answer.set_res_msg("no\nroom");
-    EXPECT_EQ(kxapp::AnswerInWords(answer), "  refused: no\\x0Aroom\n");
+    EXPECT_EQ(kxapp::AnswerInWords(answer, ""), "  refused: no\\x0Aroom\n");
     answer.set_status(1);
-    EXPECT_EQ(kxapp::AnswerInWords(answer),
+    EXPECT_EQ(kxapp::AnswerInWords(answer, ""),
               "  duplicate: this agent id belongs to another machine\n");
+}
+
+TEST(AnswerInWords, TellsTheFaultThatWasPlayed) {
+    bf_kxepinfo::epinfo_msg_respone answer;
+    answer.set_status(1);
+    EXPECT_EQ(kxapp::AnswerInWords(answer, "silent"), "  fault silent\n");
+    answer.set_status(0);
+    answer.set_res_msg("no");
+    EXPECT_EQ(kxapp::AnswerInWords(answer, "refuse"), "  refused: no\n  fault refuse\n");
 }
