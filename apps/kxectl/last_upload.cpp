@@ -74,8 +74,12 @@ std::optional<LastUpload> FindLastUpload(std::string_view log) {
     return std::nullopt;
 }
 
+std::filesystem::path LogFile(const std::filesystem::path& root) {
+    return root / "var/log/agent/kxepinfo/kxepinfo.log";
+}
+
 std::optional<LastUpload> ReadLastUpload(const std::filesystem::path& root) {
-    return FindLastUpload(ReadEnd(root / "var/log/agent/kxepinfo/kxepinfo.log"));
+    return FindLastUpload(ReadEnd(LogFile(root)));
 }
 
 }  // namespace kxectl

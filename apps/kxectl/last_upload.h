@@ -20,6 +20,9 @@ struct LastUpload {
 // levels 2 to 4, an acceptance at level 4 alone.
 std::optional<LastUpload> FindLastUpload(std::string_view log);
 
+// The log of an installation.
+std::filesystem::path LogFile(const std::filesystem::path& root);
+
 // The same for the log of an installation, of which the last MiB is read. A link in its place is
 // not followed.
 std::optional<LastUpload> ReadLastUpload(const std::filesystem::path& root);

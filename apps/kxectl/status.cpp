@@ -1,8 +1,10 @@
 #include "kxectl/status.h"
 
 #include <jansson.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 
 #include "common/json.h"
@@ -18,6 +20,15 @@ std::string FirstLine(const std::filesystem::path& path) {
     std::string line;
     (void)std::getline(file, line);
     return line;
+}
+
+// 0 when this process can read the file, or the file is missing.
+int WhyUnreadable(const std::filesystem::path& path) {
+    if (access(path.c_str(), R_OK) == 0) {
+        return 0;
+    }
+    const int failure = errno;
+    return failure == ENOENT ? 0 : failure;
 }
 
 std::vector<std::pair<std::string, std::string>> Versions(const std::filesystem::path& root,
@@ -55,9 +66,12 @@ Status Look(const std::filesystem::path& root, const std::string& version) {
         status.program = ProgramOf(status.module.pid);
         status.since = StartTime(status.module.pid);
     }
-    const std::string id = FirstLine(root / "config/agent_id");
+    const std::filesystem::path id_file = root / "config/agent_id";
+    const std::string id = FirstLine(id_file);
     status.agent_id = kxapp::ReadNumber(id) ? id : "";
+    status.id_unreadable = WhyUnreadable(id_file);
     status.last_upload = ReadLastUpload(root);
+    status.log_unreadable = WhyUnreadable(LogFile(root));
     status.versions = Versions(root, version);
     status.settings = ReadSettings(root);
     if (status.last_upload) {

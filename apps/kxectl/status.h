@@ -22,8 +22,10 @@ struct Status {
     std::string program;
     std::optional<std::time_t> since;
     std::optional<bool> online;  // nothing when the agent was not asked or gave no answer
-    std::string agent_id;        // empty when the agent has drawn none yet
+    std::string agent_id;        // empty when it is not known
+    int id_unreadable = 0;       // why the file of the id cannot be read, an errno value
     std::optional<LastUpload> last_upload;
+    int log_unreadable = 0;  // why the log cannot be read, likewise; 0 when it is missing
     std::vector<std::pair<std::string, std::string>> versions;
     std::vector<Setting> settings;
 };

@@ -36,7 +36,17 @@ std::string ModuleText(const Status& status) {
            (status.program.empty() ? "" : ", " + status.program);
 }
 
+std::string AgentIdText(const Status& status) {
+    if (status.id_unreadable != 0) {
+        return std::string("unknown: ") + std::strerror(status.id_unreadable);
+    }
+    return status.agent_id.empty() ? "not drawn yet" : status.agent_id;
+}
+
 std::string LastUploadText(const Status& status) {
+    if (status.log_unreadable != 0) {
+        return std::string("unknown: ") + std::strerror(status.log_unreadable);
+    }
     if (!status.last_upload) {
         return "not in the log, which tells accepted ones at level 4 only";
     }
@@ -51,7 +61,7 @@ std::string SettingText(const Setting& setting) {
     if (setting.unreadable != 0) {
         text += std::string(", the file cannot be read: ") + std::strerror(setting.unreadable);
     } else if (!setting.fault.empty()) {
-        text += ", what is written " + setting.fault;
+        text += ", in the file it " + setting.fault;
     }
     return text;
 }
@@ -116,7 +126,7 @@ Json SettingsJson(const Status& status) {
 std::string StatusForPeople(const Status& status) {
     std::string text = Line("module", ModuleText(status));
     text += Line("link", !status.online ? "unknown" : *status.online ? "online" : "offline");
-    text += Line("agent id", status.agent_id.empty() ? "not drawn yet" : status.agent_id);
+    text += Line("agent id", AgentIdText(status));
     text += Line("last upload", LastUploadText(status));
     for (const auto& [name, version] : status.versions) {
         std::string part = name;

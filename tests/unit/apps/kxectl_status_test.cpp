@@ -160,7 +160,7 @@ TEST(StatusText, TellsAFactALine) {
               "agent id     9\n"
               "last upload  2026-11-21 15:36:23 accepted\n"
               "version      kxectl 1.0\n"
-              "setting      [s] k = 40 (default; config/x.ini), what is written is wrong\n");
+              "setting      [s] k = 40 (default; config/x.ini), in the file it is wrong\n");
 }
 
 TEST(StatusText, TellsWhatIsNotKnown) {
@@ -183,6 +183,17 @@ TEST(StatusText, TellsWhatIsNotKnown) {
     status.online = false;
     EXPECT_THAT(kxectl::StatusForPeople(status), HasSubstr("link         offline\n"));
     EXPECT_THAT(kxectl::StatusForPeople(status), HasSubstr("last upload  not in the log"));
+}
+
+TEST_F(StatusTest, TellsWhyIdAndLogAreNotKnown) {
+    for (const char* const file : {"config/agent_id", "var/log/agent/kxepinfo/kxepinfo.log"}) {
+        const auto path = InstallationRoot() / file;
+        std::filesystem::create_directories(path.parent_path());
+        std::filesystem::create_symlink(path, path);  // which root cannot read either
+    }
+    EXPECT_THAT(kxectl::StatusForPeople(kxectl::Look(InstallationRoot(), "0.9")),
+                HasSubstr("agent id     unknown: Too many levels of symbolic links\n"
+                          "last upload  unknown: Too many levels of symbolic links\n"));
 }
 
 TEST(StatusText, IsJsonForScripts) {
