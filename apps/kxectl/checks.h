@@ -36,8 +36,10 @@ void CheckState(const std::filesystem::path& root, Findings& findings);
 // a library's code runs while it is loaded.
 void CheckModule(const std::filesystem::path& root, Findings& findings);
 
-// Whether the log can be written, by this process.
+// Whether the log can be written, by this process. The second one tells what it means that `path`
+// cannot be written to by `user`, who asks; `failure` is an errno value.
 void CheckLogDirectory(const std::filesystem::path& root, Findings& findings);
+void JudgeLogDirectory(const std::string& path, int failure, uid_t user, Findings& findings);
 
 inline constexpr std::uint64_t kLeastFreeBytes = std::uint64_t{64} << 20;
 

@@ -128,7 +128,7 @@ void CheckFiles(const fs::path& root, Findings& findings) {
 void CheckFlags(const fs::path& root, Findings& findings) {
     const fs::path uninstalling = root / "bin/uninstalling";
     if (Exists(uninstalling)) {
-        findings.push_back({uninstalling.string() + " exists", "nothing is sampled or sent",
+        findings.push_back({uninstalling.string() + " exists", "the module sends nothing",
                             "finish the removal, or remove the file to keep the agent"});
     }
     const fs::path recalculate = root / "config/recalculate_agentid";
@@ -171,15 +171,25 @@ void CheckLogDirectory(const fs::path& root, Findings& findings) {
         there = there.parent_path();
     }
     if (access(there.c_str(), W_OK | X_OK) != 0) {
-        const int failure = errno;
-        findings.push_back({there.string() + " cannot be written to: " + std::strerror(failure),
-                            "the log goes to the host's standard error, or nowhere",
-                            "make it a directory of the host's user, on a disk that takes writes"});
+        JudgeLogDirectory(there.string(), errno, geteuid(), findings);
     } else if (!fs::is_directory(there)) {
         findings.push_back({there.string() + " is no directory",
                             "the log goes to the host's standard error, or nowhere",
                             "move it away; the host makes the directory"});
     }
+}
+
+void JudgeLogDirectory(const std::string& path, int failure, uid_t user, Findings& findings) {
+    constexpr char kWhy[] = "the log goes to the host's standard error, or nowhere";
+    const std::string what = path + " cannot be written to: " + std::strerror(failure);
+    if (failure == EACCES && user != 0) {
+        findings.push_back({what + " for user " + std::to_string(user), kWhy,
+                            "run this as root or as the host's user; if it is found then too, give "
+                            "the directory to the host's user"});
+        return;
+    }
+    findings.push_back(
+        {what, kWhy, "make it a directory of the host's user, on a disk that takes writes"});
 }
 
 void CheckSpace(const fs::path& root, Findings& findings) {

@@ -99,11 +99,11 @@ struct KnownName {
 
 constexpr KnownName kNames[] = {
     {"agt_ei", "no module runs in this installation: nothing is collected",
-     "start bin/kxehost, or the host that is used instead"},
+     "start the host: the service kxehost, bin/kxehost, or the one that is used instead"},
     {"mgr_ei", "uploads reach nobody, and the agent goes offline",
-     "start the manager's connection, or bin/kxemgr"},
+     "start the manager's connection, or kxemgr: the service, or bin/kxemgr"},
     {"agt_cfgc", "the manager addresses are not kept up to date",
-     "start the configuration centre, or bin/kxecfgc"},
+     "start the configuration centre, or kxecfgc: the service, or bin/kxecfgc"},
 };
 
 }  // namespace

@@ -15,6 +15,7 @@ using kxectl::Finding;
 using kxectl::Findings;
 using kxtest::InstallationRoot;
 using kxtest::WriteFile;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::Field;
@@ -182,6 +183,22 @@ TEST_F(Checks, TellALogDirectoryThatIsNone) {
     ASSERT_EQ(chmod(Path("var/log/agent/kxepinfo").c_str(), 0755), 0);
     EXPECT_THAT(Found(kxectl::CheckLogDirectory),
                 ElementsAre(What(Path("var/log/agent/kxepinfo") + " is no directory")));
+}
+
+TEST_F(Checks, TellWhoeverMayNotWriteTheLogToAskAsTheHostsUser) {
+    Findings findings;
+    kxectl::JudgeLogDirectory("/log", EACCES, 1000, findings);
+    kxectl::JudgeLogDirectory("/log", EACCES, 0, findings);
+    kxectl::JudgeLogDirectory("/log", EROFS, 1000, findings);
+    EXPECT_THAT(
+        findings,
+        ElementsAre(AllOf(What("/log cannot be written to: Permission denied for user 1000"),
+                          Field(&Finding::remedy, StartsWith("run this as root or as the host's "
+                                                             "user;"))),
+                    What("/log cannot be written to: Permission denied"),
+                    AllOf(What("/log cannot be written to: Read-only file system"),
+                          Field(&Finding::remedy, StartsWith("make it a directory of the host's "
+                                                             "user,")))));
 }
 
 TEST_F(Checks, TellAModuleThatCannotBeLoaded) {
