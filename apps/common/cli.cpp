@@ -8,6 +8,21 @@
 
 namespace kxapp {
 
+namespace {
+
+// What is wrong, for people. CLI11 asks for a missing subcommand before it looks at a word that it
+// does not know, which then is the mistake.
+std::string Mistake(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    const bool lacks_subcommand =
+        app.get_require_subcommand_min() > 0 && app.get_subcommands().empty();
+    return lacks_subcommand && !unknown.empty()
+               ? "The following argument was not expected: " + unknown.front()
+               : error.what();
+}
+
+}  // namespace
+
 std::optional<int> ReadCommandLine(CLI::App& app, const char* version, int argc, char** argv) {
     const std::string named_version = app.get_name() + " " + version;
     app.set_version_flag("--version", named_version, "Print the version and exit");
@@ -20,7 +35,7 @@ std::optional<int> ReadCommandLine(CLI::App& app, const char* version, int argc,
     } catch (const CLI::CallForVersion&) {
         return WriteOut(named_version + "\n") ? kExitSuccess : kExitFailure;
     } catch (const CLI::ParseError& error) {
-        Complain("%s; see %s --help", error.what(), app.get_name().c_str());
+        Complain("%s; see %s --help", Mistake(app, error).c_str(), app.get_name().c_str());
         return kExitUsage;
     }
 }

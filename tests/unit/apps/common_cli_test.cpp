@@ -90,6 +90,15 @@ TEST(ReadCommandLine, TellsAMistakeInOneLine) {
                                  "kxtest --help\n");
 }
 
+TEST(ReadCommandLine, NamesAnUnknownSubcommand) {
+    CLI::App app{"A program.", "kxtest"};
+    app.add_subcommand("online");
+    app.require_subcommand(1);
+    EXPECT_EQ(Read(app, {"onlin"}).errors,
+              Name() + ": The following argument was not expected: onlin; see kxtest --help\n");
+    EXPECT_EQ(Read(app, {}).errors, Name() + ": A subcommand is required; see kxtest --help\n");
+}
+
 TEST(ReadCommandLine, AddsFaultsToThePlanInTheirOrder) {
     CLI::App app{"A program.", "kxtest"};
     kxapp::FaultPlan plan(kOneKind);
