@@ -132,7 +132,7 @@ int Work(int* exit_flag, _stTimerArg& timer_arg) {
 }  // namespace
 
 void* epInfoSchedule(void* exit_flag) {
-    const SignalsBlocked signals_blocked;
+    BlockSignals();
     const ProtobufLog protobuf_log;
     _stTimerArg timer_arg{};
     PrepareLog();

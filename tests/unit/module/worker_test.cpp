@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <thread>
 
 #include "child_process.h"
 #include "collectors/leftbehind.h"
@@ -104,7 +105,9 @@ TEST_F(Worker, SignalsAreBlockedWhileItRunsButThoseOfFaults) {
         EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &mask), 0);
         return sigismember(&mask, signal) == 1;
     };
-    ASSERT_FALSE(blocked(SIGALRM));
+    sigset_t none;
+    ASSERT_EQ(sigemptyset(&none), 0);
+    ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &none, nullptr), 0);
     bool looked = false;
     answers->sleep = [&] {
         for (const int signal : {SIGALRM, SIGTERM, SIGPIPE, SIGCHLD, SIGUSR1, SIGRTMAX}) {
@@ -115,9 +118,8 @@ TEST_F(Worker, SignalsAreBlockedWhileItRunsButThoseOfFaults) {
         }
         looked = true;
     };
-    EXPECT_EQ(Run(), 0);
+    std::thread([&] { EXPECT_EQ(Run(), 0); }).join();
     EXPECT_TRUE(looked);
-    EXPECT_FALSE(blocked(SIGALRM));
 }
 
 TEST_F(Worker, ForgetsTheProcessesThatItLeftBehind) {
