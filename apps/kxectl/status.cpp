@@ -61,6 +61,7 @@ bool TellsAcceptance(const std::vector<Setting>& settings) {
 
 Status Look(const std::filesystem::path& root, const std::string& version) {
     Status status;
+    status.root = root;
     status.module = kxapp::FindListener(root, "agt_ei");
     if (status.module.failure == 0 && status.module.pid != 0) {
         status.program = ProgramOf(status.module.pid);

@@ -18,7 +18,8 @@
 namespace kxectl {
 
 struct Status {
-    kxapp::Listener module;  // who has the module's name on the bus
+    std::filesystem::path root;  // of the installation
+    kxapp::Listener module;      // who has the module's name on the bus
     std::string program;
     std::optional<std::time_t> since;
     std::optional<bool> online;  // nothing when the agent was not asked or gave no answer

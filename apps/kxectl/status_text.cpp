@@ -124,7 +124,8 @@ Json SettingsJson(const Status& status) {
 }  // namespace
 
 std::string StatusForPeople(const Status& status) {
-    std::string text = Line("module", ModuleText(status));
+    std::string text = Line("installation", status.root.string());
+    text += Line("module", ModuleText(status));
     text += Line("link", !status.online ? "unknown" : *status.online ? "online" : "offline");
     text += Line("agent id", AgentIdText(status));
     text += Line("last upload", LastUploadText(status));
@@ -141,6 +142,7 @@ std::string StatusForPeople(const Status& status) {
 
 std::string StatusAsJson(const Status& status) {
     Json whole(json_object());
+    SetMember(whole.get(), "installation", JsonString(status.root.string()));
     SetMember(whole.get(), "module", ModuleJson(status));
     SetMember(whole.get(), "online",
               status.online ? Json(json_boolean(*status.online)) : Json(json_null()));

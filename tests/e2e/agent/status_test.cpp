@@ -15,6 +15,7 @@ TEST_F(Status, TellsOfARunningAgent) {
     const Finished finished = Ctl({"status", "--json"});
     EXPECT_EQ(finished.status, 0) << finished.errors;
     const Json json = ParseJson(finished.output);
+    EXPECT_EQ(Text(json.get(), "installation"), installation().root());
     EXPECT_EQ(Number(json.get(), "module.process"), host.pid());
     EXPECT_EQ(Text(json.get(), "module.program"), installation().program("kxehost"));
     EXPECT_TRUE(json_is_string(Member(json.get(), "module.since")));
@@ -40,7 +41,7 @@ TEST_F(Status, TellsOfAnAgentThatIsOffline) {
 TEST_F(Status, TellsTheRestWhenNoAgentIsThere) {
     const Finished finished = Ctl({"status"});
     EXPECT_EQ(finished.status, 2);
-    EXPECT_THAT(finished.output, testing::StartsWith("module       not there\n"));
+    EXPECT_THAT(finished.output, testing::HasSubstr("\nmodule       not there\n"));
     EXPECT_THAT(finished.output,
                 testing::HasSubstr("[flushgap] value = 2 (config/kxepinfocfg.ini)\n"));
     EXPECT_EQ(finished.errors, "");
