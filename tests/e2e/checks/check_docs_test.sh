@@ -107,6 +107,11 @@ refused 'does not name bin/flag, which src/ipc/a.cpp uses' src/ipc/a.cpp 's,@/..
 refused 'no message has a field uVmid with the number 9' docs/wire-format.md 's/10/9/'
 refused 'no row for the field uvmid' docs/wire-format.md 's/uVmid/cmd/'
 
+refused 'no such source: src/ipc/b.cpp' docs/operations.md 's,third,see `src/ipc/b.cpp`,'
+sed -i 's,third,`src/ipc/a.cpp` and `src/new/b.cpp` beside `src/new/CMakeLists.txt`,' "$tree/docs/operations.md"
+printf '```cpp file=src/new/b.cpp\n```\n' >>"$tree/docs/operations.md"
+expect
+
 refused 'no such file: operation.md' docs/configuration.md 's/(operations.md)/(operation.md)/'
 refused 'no such heading: #the-keys' docs/configuration.md 's/(#the-keys-all-of-them)/(#the-keys)/'
 refused 'no such heading: configuration.md#keys' docs/operations.md 's/#the-keys-all-of-them/#keys/'
