@@ -51,6 +51,9 @@ void JudgeSpace(const std::string& path, std::uint64_t free_bytes, std::uint64_t
 // Whether the machine's clock, at `now`, is behind the installation's own files.
 void CheckClock(const std::filesystem::path& root, std::time_t now, Findings& findings);
 
+// Whether the host runs what is installed now; of a process 0 nothing is known.
+void CheckRunningFiles(const std::filesystem::path& root, pid_t host, Findings& findings);
+
 // Names on the bus that nobody has taken, or that this process cannot reach.
 void JudgeListener(const std::string& name, const kxapp::Listener& listener, Findings& findings);
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "kxectl/checks.h"
+#include "kxectl/process.h"
 
 namespace kxectl {
 
@@ -119,6 +120,15 @@ void CheckModule(const std::filesystem::path& root, Findings& findings) {
                             "install the package that the missing library is of, or the agent "
                             "again; ldd " +
                                 path.string() + " lists all"});
+    }
+}
+
+void CheckRunningFiles(const std::filesystem::path& root, pid_t host, Findings& findings) {
+    if (const std::string file = ReplacedFileOf(host, root); !file.empty()) {
+        findings.push_back({"process " + std::to_string(host) + " runs a file that is not there " +
+                                "any more: " + file,
+                            "the agent goes on as it was before an upgrade",
+                            "restart the host: the service kxehost, or what is used instead"});
     }
 }
 

@@ -65,6 +65,7 @@ Findings Examine(const std::filesystem::path& root, int timeout_s) {
     CheckClock(root, std::time(nullptr), findings);
     JudgeListener("agt_ei", agent, findings);
     if (agent.failure == 0) {
+        CheckRunningFiles(root, agent.pid, findings);
         CheckAgent(timeout_s, findings);
     }
     for (const char* const name : {"mgr_ei", "agt_cfgc"}) {

@@ -64,6 +64,24 @@ std::string ProgramOf(pid_t pid) {
     return std::filesystem::read_symlink(Folder(pid) + "/exe", unknown).string();
 }
 
+std::string ReplacedFile(std::string_view maps, const std::filesystem::path& root) {
+    constexpr std::string_view kGone = " (deleted)";  // the kernel's word behind the path
+    const std::string folder = root.string() + "/";
+    std::istringstream lines{std::string(maps)};
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t path = line.find('/');  // no field before it holds one
+        if (path != std::string::npos && line.compare(path, folder.size(), folder) == 0 &&
+            line.ends_with(kGone)) {
+            return line.substr(path, line.size() - path - kGone.size());
+        }
+    }
+    return {};
+}
+
+std::string ReplacedFileOf(pid_t pid, const std::filesystem::path& root) {
+    return ReplacedFile(Content(Folder(pid) + "/maps"), root);
+}
+
 std::string UtcText(std::time_t time) {
     std::tm parts{};
     char text[64];

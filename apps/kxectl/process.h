@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,6 +25,13 @@ std::optional<std::time_t> StartTime(pid_t pid);
 
 // The file that the process runs; empty when this process may not know it.
 std::string ProgramOf(pid_t pid);
+
+// Of the text of /proc/PID/maps the first file below `root` that is not there any more, removed or
+// replaced while the process runs it. Empty when there is none.
+std::string ReplacedFile(std::string_view maps, const std::filesystem::path& root);
+
+// The same for a process; empty as well when this process may not know.
+std::string ReplacedFileOf(pid_t pid, const std::filesystem::path& root);
 
 // "2026-11-21T19:00:00Z"
 std::string UtcText(std::time_t time);

@@ -65,6 +65,19 @@ TEST_F(Doctor, FindsAModuleThatIsNone) {
     EXPECT_THAT(finished.output, HasSubstr("1. the module cannot be loaded: "));
 }
 
+TEST_F(Doctor, FindsAHostThatRunsOnAfterAnUpgrade) {
+    StartAll();
+    const auto module = installation().path("lib/libkxepinfo.so");
+    std::filesystem::copy_file(module, installation().path("new"));
+    std::filesystem::rename(installation().path("new"), module);
+    const Finished finished = Ctl({"doctor"});
+    EXPECT_EQ(finished.status, 1);
+    EXPECT_THAT(finished.output, testing::StartsWith("1. process "));
+    EXPECT_THAT(finished.output,
+                HasSubstr(" runs a file that is not there any more: " + module.string() + "\n"));
+    EXPECT_EQ(CountOf(finished.output, "\n"), 3U) << finished.output;
+}
+
 TEST_F(Doctor, FindsAFileThatEverybodyCanChange) {
     StartAll();
     installation().write("config/server.ini", "[config]\naddr=127.0.0.1\n");

@@ -101,6 +101,18 @@ TEST(Process, IsFoundByWhatTheKernelTells) {
     EXPECT_EQ(kxectl::UtcText(1000000000), "2001-09-09T01:46:40Z");
 }
 
+TEST(Process, RunsAFileThatHasBeenReplaced) {
+    const std::string ours = "5581-5582 r-xp 00000000 fe:00 42                 /opt/kx/lib/a.so";
+    const std::string other =
+        "7f00-7f01 r--p 00000000 fe:00 43                 /opt/kxx/b (deleted)\n";
+    EXPECT_EQ(kxectl::ReplacedFile(ours + "\n" + other, "/opt/kx"), "");
+    EXPECT_EQ(kxectl::ReplacedFile(
+                  "7f00-7f01 rw-p 00000000 00:00 0\n" + ours + " (deleted)\n" + other, "/opt/kx"),
+              "/opt/kx/lib/a.so");
+    EXPECT_EQ(kxectl::ReplacedFile("", "/opt/kx"), "");
+    EXPECT_EQ(kxectl::ReplacedFileOf(0, "/"), "");
+}
+
 TEST(Process, HasStartedBeforeNow) {
     const auto start = kxectl::StartTime(getpid());
     ASSERT_TRUE(start);
