@@ -4,7 +4,11 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "sysinfo_fixture.h"
@@ -46,9 +50,51 @@ int CountClosing(void* cookie) {
     return 0;
 }
 
+bool text_cannot_be_made = false;
+
+// What the next function finds where its own variables will be.
+[[gnu::noinline]] void LeaveTextBehind() {
+    char text[65536];
+    std::memset(text, 'x', sizeof text);
+    text[sizeof text - 1] = '\0';
+    asm volatile("" : : "r"(text) : "memory");  // it is really written
+}
+
 const LogLine kByMac{4, "sysinfo", "agent id calculated by MAC"};
 
 }  // namespace
+
+// In front of the agent's, which may fail without a byte written.
+extern "C" int kxe_str_snprintf(char* buf, size_t size, const char* fmt, ...) {
+    if (text_cannot_be_made) {
+        return -1;
+    }
+    va_list arguments;
+    va_start(arguments, fmt);
+    const int length = std::vsnprintf(buf, size, fmt, arguments);
+    va_end(arguments);
+    return length;
+}
+
+TEST_F(Vmid, IsSoughtUnderNoChancePathWhenThePathsTextCannotBeMade) {
+    static std::vector<std::string> paths;
+    paths.clear();
+    Agent().kxe_ini_file_load = [](const char* path) -> kxe_ini_file* {
+        paths.emplace_back(path);
+        return nullptr;
+    };
+    Agent().kxe_file_open = [](const char* path, const char* /*mode*/) -> FILE* {
+        paths.emplace_back(path);
+        return nullptr;
+    };
+    text_cannot_be_made = true;
+    LeaveTextBehind();
+    (void)GetVmid();
+    text_cannot_be_made = false;
+    EXPECT_THAT(paths, ::testing::Each(""));
+    EXPECT_FALSE(paths.empty());
+    EXPECT_THAT(LoggedLines(), ::testing::Contains(LogLine{2, "sysinfo", "load  failed"}));
+}
 
 TEST_F(Vmid, IsReportedWhenTheManagerIsOnThisMachine) {
     WriteAddress("127.0.0.1");
